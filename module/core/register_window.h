@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// Mapped device registers.
+#pragma once
+
+#include "core/device_node.h"
+#include "platform/kernel.h"
+
+// Registers of one block, unmapped at the end of their life. Offsets are bytes from the start of
+// the block. An empty window must not be accessed.
+class register_window {
+  public:
+    register_window() = default;
+    explicit register_window(void __iomem *mapped) : base_(mapped) {}
+    register_window(register_window &&other) noexcept : base_(other.base_) {
+        other.base_ = nullptr;
+    }
+    register_window(const register_window &) = delete;
+    register_window &operator=(register_window &&other) noexcept {
+        if (this != &other) {
+            unmap();
+            base_ = other.base_;
+            other.base_ = nullptr;
+        }
+        return *this;
+    }
+    ~register_window() { unmap(); }
+
+    explicit operator bool() const { return base_ != nullptr; }
+
+    void unmap() {
+        if (base_) {
+            iounmap(base_);
+        }
+        base_ = nullptr;
+    }
+
+    u32 read32(u32 offset) const { return readl_relaxed(at(offset)); }
+    u64 read64(u32 offset) const { return readq_relaxed(at(offset)); }
+    void write32(u32 offset, u32 value) const { writel_relaxed(value, at(offset)); }
+    void write64(u32 offset, u64 value) const { writeq_relaxed(value, at(offset)); }
+
+    // Read-modify-writes: first the bits of `clear` go, then those of `set` come.
+    void update32(u32 offset, u32 clear, u32 set) const {
+        write32(offset, (read32(offset) & ~clear) | set);
+    }
+    // The doubleword at `offset`: the register behind it is written back as read.
+    void update64(u32 offset, u64 clear, u64 set) const {
+        write64(offset, (read64(offset) & ~clear) | set);
+    }
+
+  private:
+    char __iomem *at(u32 offset) const { return static_cast<char __iomem *>(base_) + offset; }
+
+    void __iomem *base_ = nullptr;
+};
+
+// A kind of register block of which the chip has several, numbered in their node names.
+struct register_block {
+    const char *node_prefix;
+    const char *missing;  // log message, level included, for a block that can't be had
+};
+
+inline constexpr register_block larb_block{"larb",
+                                           KERN_ERR "[OVK_BW]Can't find SMI LARB device base!!\n"};
+inline constexpr register_block smi_common_block{
+    "smi_common", KERN_ERR "[OVK_BW]Can't find SMI COMMON device base!!\n"};
+inline constexpr register_block effi_monitor_block{
+    "effi_monitor", KERN_ERR "[OVK_BW]Can't find effi_monitor device base!!\n"};
+inline constexpr register_block emi_channel_block{
+    "emi_cen", KERN_ERR "[OVK_BW]Can't find EMI device base!!\n"};
+inline constexpr register_block emi_dispatch_block{
+    "emi_dispatch", KERN_ERR "[OVK_BW]Can't find EMI_DISPATCH device base!!\n"};
+
+// Maps the first register range of a node. Empty: it can't be mapped, which has been logged.
+register_window map_node(device_node *node);
+
+// Maps the first register range of block NUMBER of that kind, whose node the caller has looked up
+// (an empty reference: not found). Empty: not to be had, which has been logged.
+register_window map_block(const register_block &block, const node_ref &node);
+
+// Looks the node up and maps it.
+register_window map_block(const register_block &block, u32 number);

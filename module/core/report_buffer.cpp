@@ -1,0 +1,12 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "core/report_buffer.h"
+
+s32 putbuf(char *buffer, u32 *counter, const char *format, ...) {
+    va_list args;
+
+    va_start(args, format);
+    const s32 appended = vscnprintf(buffer + *counter, report_buffer_size - *counter, format, args);
+    va_end(args);
+    *counter += static_cast<u32>(appended);
+    return appended;
+}

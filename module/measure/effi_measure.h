@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// One measurement on one efficiency monitor.
+#pragma once
+
+#include "core/register_window.h"
+#include "measure/total_result.h"
+#include "platform/kernel.h"
+
+enum effi_type : u32 {
+    EFFI_LARB_TOTAL = 0,     // larb port, for a module's total
+    EFFI_COMMON_TOTAL = 1,   // SMI common input port, for a module's total
+    EFFI_COMMON_DETAIL = 2,  // SMI common input port, with burst
+    EFFI_LARB_DETAIL = 3,    // larb port, with burst
+    EFFI_MONITOR = 4,        // monitor given by number, all its requests
+};
+
+// Number that stands for "no monitor".
+inline constexpr u32 effi_no_monitor = 99;
+
+// Priority counts are out of a span of 1024 requests.
+struct effi_result {
+    u64 cnt_ultra;
+    u64 cnt_pultra;
+    u64 burst;  // average, in the monitor's own unit
+};
+
+// Measures the efficiency of larb `id` port `port` (EFFI_LARB_*), of SMI common `id` input port
+// `port` (EFFI_COMMON_*), or of all that monitor `port` sees (EFFI_MONITOR). Returns percent, or 0
+// when there is nothing to measure with; the reason is logged where it is a fault, and `result` is
+// then as it was. Of `result` only the fields named are written: `ultra` and `pultra` here.
+u32 effi_measure(s32 id, u32 port, u32 type, total_result &result);
+
+// The same for the types with burst; writes all fields of `result`.
+u32 effi_measure(s32 id, u32 port, u32 type, effi_result &result);
+
+// Sleeps until monitor `number` reports done, for a limit that depends on the EMI clock. A monitor
+// that doesn't is logged only while debug_on is set: what it holds is read all the same.
+void effi_wait_done(const register_window &monitor, u32 number);
+
+// Makes the result register show one of effi_select_*.
+void effi_select(const register_window &monitor, u32 selector);

@@ -1,0 +1,220 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "report/total_measure.h"
+
+#include "core/config.h"
+#include "core/module_list.h"
+#include "core/shared.h"
+#include "measure/comm_measure.h"
+#include "measure/dram_counter.h"
+#include "measure/effi_measure.h"
+#include "measure/larb_measure.h"
+
+// Efficiencies (percent) of modules whose monitor, if they have one, is fixed.
+static constexpr u32 default_processor_effi = 64;
+static constexpr u32 reference_effi = 70;
+static constexpr u32 cpu_monitors[] = {0, 1};
+static constexpr u32 gpu_monitor = 7;
+
+static constexpr u32 proc_without_larbs = 1;
+
+total_result &sum_result(total_results &results) {
+    return sum_known ? *results.modules[sum_id] : results.unlisted_sum;
+}
+
+bool is_left_out(u32 position) {
+    return mlist[position].larb_cnt != 0 && READ_ONCE(total_mon_cfg.proc) == proc_without_larbs;
+}
+
+static u32 fixed_effi(u32 monitor, total_result &result) {
+    return effi_measure(0, monitor, EFFI_MONITOR, result);
+}
+
+static u32 seed_effi(const bw_module &module, total_result &result) {
+    if (has_name(module, "REF_EMI")) {
+        return reference_effi;
+    }
+    const bool cpu = has_name(module, "CPU");
+    if (!cpu && !has_name(module, "GPU")) {
+        return 0;
+    }
+    if (emi_effi_mon == 0) {
+        return default_processor_effi;
+    }
+    if (!cpu) {
+        return fixed_effi(gpu_monitor, result);
+    }
+    const u32 first = fixed_effi(cpu_monitors[0], result);
+    return (first + fixed_effi(cpu_monitors[1], result)) / 2;
+}
+
+static bool allocate_larb_ports(const bw_module &module, total_result &result) {
+    for (u32 j = 0; j < module.larb_cnt; j++) {
+        result.larb_port_cnt += module.larb_ports[j].port_cnt;
+    }
+    return result.port_bw.allocate(result.larb_port_cnt) &&
+           result.effi.allocate(result.larb_port_cnt);
+}
+
+static bool prepare(total_results &results) {
+    for (u32 i = 0; i < module_cnt; i++) {
+        const bw_module &module = mlist[i];
+        if (!results.modules[i].allocate()) {
+            return false;
+        }
+        total_result &result = *results.modules[i];
+        result.module_effi = seed_effi(module, result);
+        if (module.larb_cnt != 0 && !allocate_larb_ports(module, result)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+static void measure_by_dram_counter(measure_cfg &cfg, dram_traffic traffic, total_result &result) {
+    result.data_bw = to_mb_per_second(dram_counter_measure(cfg, traffic));
+    result.bus_bw = bus_bandwidth(result.data_bw, result.module_effi);
+}
+
+// False: a larb can't be had, and what is left of the module is not measured.
+static bool measure_larbs(measure_cfg &cfg, const bw_module &module, total_result &result) {
+    for (u32 j = 0; j < module.larb_cnt; j++) {
+        const port_group &group = module.larb_ports[j];
+        if (group.port_cnt == 0) {
+            continue;
+        }
+        cfg.larb_idx = j;
+        cfg.base[0] = map_block(larb_block, module.larb_ids[j]);
+        if (!cfg.base[0]) {
+            return false;
+        }
+        larb_bw_measure(cfg, result);
+        cfg.base[0].unmap();
+        cfg.port_ofs += group.port_cnt;
+    }
+    return true;
+}
+
+static void measure_commons(measure_cfg &cfg, const bw_module &module, total_result &result) {
+    for (u32 j = 0; j < module.common_cnt; j++) {
+        if (module.common_ports[j].port_cnt == 0) {
+            continue;
+        }
+        cfg.common_idx = j;
+        cfg.base[0] = map_block(smi_common_block, module.common_ids[j]);
+        if (!cfg.base[0]) {
+            return;
+        }
+        comm_bw_measure(cfg, result);
+        cfg.base[0].unmap();
+    }
+}
+
+static void finish_priorities(total_result &result) {
+    const auto mean_percent = [&result](u64 weighted_counts) {
+        return static_cast<u32>(
+            requests_to_percent(divide_or_zero(weighted_counts, result.data_bw)));
+    };
+
+    result.ultra_pct = mean_percent(result.ultra_sum);
+    result.pultra_pct = mean_percent(result.pultra_sum);
+}
+
+static void finish_bandwidth(total_result &result) {
+    result.bus_bw = to_mb_per_second(result.bus_bw);
+    result.data_bw = to_mb_per_second(result.data_bw);
+    result.module_effi = static_cast<u32>(divide_or_zero(result.data_bw * 100, result.bus_bw));
+}
+
+// A module of which only a part could be measured is finished like any other, so that SUM never
+// adds up different units.
+static void measure_by_smi(measure_cfg &cfg, const bw_module &module, total_result &result) {
+    const bool apu = has_name(module, "APU");
+
+    if (apu || measure_larbs(cfg, module, result)) {
+        measure_commons(cfg, module, result);
+    }
+    if (!apu) {
+        finish_priorities(result);
+    }
+    finish_bandwidth(result);
+}
+
+static void measure_module(measure_cfg &cfg, const bw_module &module, total_result &result) {
+    if (has_name(module, "CPU")) {
+        measure_by_dram_counter(cfg, dram_traffic::cpu, result);
+    } else if (has_name(module, "GPU")) {
+        measure_by_dram_counter(cfg, dram_traffic::gpu, result);
+    } else if (has_name(module, "REF_EMI")) {
+        measure_by_dram_counter(cfg, dram_traffic::all, result);
+    } else {
+        measure_by_smi(cfg, module, result);
+    }
+}
+
+static bool is_enabled(u32 position) {
+    return READ_ONCE(mlist[position].enable) != 0;
+}
+
+static void measure_modules(measure_cfg &cfg, total_results &results) {
+    total_result &sum = sum_result(results);
+
+    for (u32 i = 0; i < module_cnt; i++) {
+        const bw_module &module = mlist[i];
+        total_result &result = *results.modules[i];
+        if (!is_enabled(i) || is_sum(i) || (is_ref_emi(i) && is_left_out(i))) {
+            continue;
+        }
+        cfg.module_id = i;
+        cfg.name = module.name;
+        cfg.port_ofs = 0;
+        measure_module(cfg, module, result);
+        if (!is_ref_emi(i)) {
+            sum.data_bw += result.data_bw;
+            sum.bus_bw += result.bus_bw;
+        }
+    }
+}
+
+// The priorities of all modules together are the means weighted by their share of the bus.
+static void finish_sum(total_results &results) {
+    total_result &sum = sum_result(results);
+
+    sum.module_effi = static_cast<u32>(divide_or_zero(sum.data_bw * 100, sum.bus_bw));
+    for (u32 k = 0; k < module_cnt; k++) {
+        if (!is_enabled(k) || is_sum(k) || is_ref_emi(k) || is_left_out(k)) {
+            continue;
+        }
+        const total_result &result = *results.modules[k];
+        const u32 share = static_cast<u32>(divide_or_zero(result.bus_bw * 100, sum.bus_bw));
+        sum.ultra_pct += share * result.ultra_pct;
+        sum.pultra_pct += share * result.pultra_pct;
+    }
+    sum.ultra_pct /= 100;
+    sum.pultra_pct /= 100;
+}
+
+measure_outcome total_measure(measure_cfg &cfg, total_results &results) {
+    if (!results.modules.allocate(module_cnt)) {
+        return measure_outcome::no_memory;
+    }
+    const measurement_lock lock;
+    if (lock.error() != 0) {
+        return measure_outcome::interrupted;
+    }
+    if (!prepare(results)) {
+        return measure_outcome::no_memory;
+    }
+    cfg.time = READ_ONCE(total_mon_cfg.time);
+    measure_modules(cfg, results);
+    finish_sum(results);
+    return measure_outcome::complete;
+}
+
+total_usage usage_of(const total_result &sum) {
+    const s64 slack = static_cast<s64>(total_bw) - static_cast<s64>(sum.bus_bw);
+
+    return {.bus_bw = sum.bus_bw,
+            .percent = divide_or_zero(sum.bus_bw * 100, total_bw),
+            .slack = slack,
+            .slack_percent = divide_or_zero(slack * 100, s64{total_bw})};
+}

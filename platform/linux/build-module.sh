@@ -1,0 +1,144 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-2.0-only
+#
+# Builds ovk_bw.ko and the two sibling modules for an arm64 kernel and refuses what would not run
+# there. Leaves OUT/ovk_bw.ko, OUT/ovk-dramc.ko and OUT/ovk-smi-tv.ko without debug information;
+# those with it stay in OUT/objects.
+set -euo pipefail
+shopt -s inherit_errexit
+
+usage() {
+    cat >&2 <<'END'
+usage: build-module.sh [--kdir DIR | --release 5.10|6.1|6.12] [--cross PREFIX] [--out DIR]
+  --kdir DIR         build folder or headers of the kernel to build for
+  --release VERSION  without --kdir: Debian's kernel of that version, fetched once (default 6.1)
+  --cross PREFIX     of the compiler and binutils (default aarch64-linux-gnu-)
+  --out DIR          default build/linux-VERSION, or build/linux with --kdir
+END
+    exit 2
+}
+
+fail() {
+    echo "build-module: $*" >&2
+    exit 1
+}
+
+here=$(dirname "$(realpath "$0")")
+repository=$(realpath "$here/../..")
+kernel_folder=
+release=6.1
+cross=aarch64-linux-gnu-
+out=
+
+default_folder() {
+    if [[ -n $kernel_folder ]]; then
+        echo linux
+    else
+        echo "linux-$release"
+    fi
+}
+
+parse_arguments() {
+    while (($# > 0)); do
+        (($# > 1)) || usage
+        case $1 in
+        --kdir) kernel_folder=$(realpath "$2") ;;
+        --release) release=$2 ;;
+        --cross) cross=$2 ;;
+        --out) out=$2 ;;
+        *) usage ;;
+        esac
+        shift 2
+    done
+    [[ -n $out ]] || out=$repository/build/$(default_folder)
+    mkdir -p "$out"
+    out=$(realpath "$out")
+}
+
+# The version that Debian's headers ask for by name, or whatever the prefix has.
+compiler() { # gcc|g++
+    command -v "$cross$1-12" || command -v "$cross$1" || fail "there is no $cross$1"
+}
+
+# The build writes beside its Kbuild: give it a folder of links.
+link_sources() { # FOLDER FILE...
+    local folder=$1
+    shift
+    mkdir -p "$folder"
+    ln -sf "$@" "$folder/"
+}
+
+# An object whose source is gone would still be examined.
+drop_stale_objects() {
+    local object source
+    find "$out/objects/ovk_bw" -path '*/module/*.o' | while IFS= read -r object; do
+        source=${object#"$out/objects/ovk_bw/"}
+        [[ -e $repository/${source%.o}.cpp ]] || rm "$object"
+    done
+}
+
+# Type information for BPF takes a tool and, of C++, tells nothing: it is left out.
+kernel_make() { # FOLDER [VARIABLE=VALUE...]
+    local folder=$1
+    shift
+    make -C "$kernel_folder" -j"$(nproc)" M="$folder" ARCH=arm64 CROSS_COMPILE="$cross" \
+        CC="$(compiler gcc)" OVK_CXX="$(compiler g++)" KCFLAGS=-Werror \
+        CONFIG_DEBUG_INFO_BTF_MODULES= "$@" modules >"$folder/build.log" 2>&1 || {
+        grep -vE '^(make|  [A-Z]+ )' "$folder/build.log" >&2
+        fail "the build failed; the whole log is $folder/build.log"
+    }
+}
+
+build_siblings() {
+    link_sources "$out/objects/siblings" "$repository"/lab/siblings/{Kbuild,ovk-dramc.c,ovk-smi-tv.c}
+    kernel_make "$out/objects/siblings"
+}
+
+build_module() {
+    link_sources "$out/objects/ovk_bw" "$here"/{Kbuild,glue.c}
+    drop_stale_objects
+    kernel_make "$out/objects/ovk_bw" KBUILD_EXTRA_SYMBOLS="$out/objects/siblings/Module.symvers"
+}
+
+reject_unfit() {
+    "$here/reject.sh" --cross "$cross" --objects "$out/objects/ovk_bw/module" \
+        --module "$out/objects/ovk_bw/ovk_bw.ko" --symvers "$kernel_folder/Module.symvers" \
+        --symvers "$out/objects/siblings/Module.symvers" || fail "the module was refused"
+}
+
+strip_into_out() { # KO...
+    local module
+    for module in "$@"; do
+        "${cross}strip" --strip-debug -o "$out/$(basename "$module")" "$module"
+    done
+}
+
+# Asking the kernel's build what is to do takes seconds; most often nothing has changed. Folders
+# are looked at, too: they tell when a file went.
+up_to_date() {
+    [[ -e $out/built_for && $(<"$out/built_for") == "$kernel_folder $cross" ]] || return 1
+    [[ -z $(find "$repository"/{module,platform/kernel.h,platform/linux,lab/siblings} \
+        "$kernel_folder/Module.symvers" -newer "$out/built_for" -print -quit) ]]
+}
+
+build() {
+    rm -f "$out/built_for"
+    echo "$kernel_folder $cross" >"$out/building_for" # its age: sources may change meanwhile
+    build_siblings
+    build_module
+    reject_unfit
+    strip_into_out "$out"/objects/siblings/ovk-{dramc,smi-tv}.ko "$out/objects/ovk_bw/ovk_bw.ko"
+    mv "$out/building_for" "$out/built_for"
+}
+
+main() {
+    parse_arguments "$@"
+    if [[ -z $kernel_folder ]]; then
+        kernel_folder=$("$here/debian-kernel.sh" --release "$release" --out "$out/kernel" headers)
+    fi
+    [[ -e $kernel_folder/Module.symvers ]] || fail "$kernel_folder is no built kernel or headers"
+    up_to_date || build
+    echo "build-module: $out/ovk_bw.ko" >&2
+}
+
+main "$@"

@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "sim/simulator.h"
+
+#include <charconv>
+#include <filesystem>
+#include <stdexcept>
+
+namespace sim {
+
+namespace {
+
+const std::filesystem::path data_directory = OVK_DATA_DIR;
+
+bool is_file_name(const std::string &text) {
+    return text.find('/') != std::string::npos || text.ends_with(".toml");
+}
+
+}  // namespace
+
+devicetree::flat_tree chip_tree(const std::string &soc) {
+    const std::filesystem::path file = data_directory / "chips" / (soc + ".dts");
+
+    if (!std::filesystem::exists(file)) {
+        throw std::runtime_error("zt410, zt420, zt430 or zt440 expected, not '" + soc + "'");
+    }
+    return devicetree::flat_tree::from_file(file);
+}
+
+soc::scenario find_scenario(const std::string &soc, const std::string &name_or_file) {
+    if (is_file_name(name_or_file)) {
+        return soc::scenario::from_file(name_or_file);
+    }
+    const std::filesystem::path file =
+        data_directory / "scenarios" / soc / (name_or_file + ".toml");
+    if (soc.empty() || !std::filesystem::exists(file)) {
+        throw std::runtime_error(
+            "idle, playback, graphics, overload (on a chip of the project) or a file expected, "
+            "not '" +
+            name_or_file + "'");
+    }
+    return soc::scenario::from_file(file);
+}
+
+std::string module_image() {
+    return OVK_MODULE_IMAGE;
+}
+
+simulator::simulator(setup s)
+    : setup_(std::move(s)),
+      bus_(setup_.tree),
+      machine_(setup_.tree, bus_,
+               {.module_image = module_image(),
+                .dram_freq = setup_.dram_freq,
+                .realtime = setup_.realtime}) {}
+
+void simulator::set_scenario(const std::string &name_or_file) {
+    bus_.set_scenario(find_scenario(setup_.soc, name_or_file));
+}
+
+std::uint64_t simulator::address_of(const std::string &place) const {
+    const std::size_t plus = place.find('+');
+
+    if (plus == std::string::npos) {
+        return parse_number(place, UINT64_MAX);
+    }
+    const std::string name = place.substr(0, plus);
+    const devicetree::node *node = setup_.tree.by_name(name);
+    if (!node || node->reg.empty()) {
+        throw std::runtime_error("a node with registers expected, not '" + name + "'");
+    }
+    return node->reg.front().start + parse_number(place.substr(plus + 1), UINT32_MAX);
+}
+
+std::uint64_t parse_number(const std::string &text, std::uint64_t max) {
+    const bool hexadecimal = text.starts_with("0x") || text.starts_with("0X");
+    const char *first = text.data() + (hexadecimal ? 2 : 0);
+    const char *last = text.data() + text.size();
+    std::uint64_t value = 0;
+    const auto [end, error] = std::from_chars(first, last, value, hexadecimal ? 16 : 10);
+
+    if (error != std::errc() || end != last || value > max) {
+        throw std::runtime_error("a number up to " + std::to_string(max) + " expected, not '" +
+                                 text + "'");
+    }
+    return value;
+}
+
+}  // namespace sim

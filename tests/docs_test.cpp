@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// The documentation against the program.
+#include <fstream>
+#include <sstream>
+
+#include "sim/console.h"
+#include "tests/rig.h"
+
+namespace tests {
+
+namespace {
+
+std::string file(const std::string &name) {
+    std::ifstream stream(std::string(OVK_SOURCE_DIR) + "/" + name);
+    std::ostringstream text;
+
+    text << stream.rdbuf();
+    EXPECT_FALSE(text.str().empty()) << name;
+    return text.str();
+}
+
+// Name and mode of every attribute that docs/attributes.md describes, in its order.
+lines documented_attributes() {
+    std::istringstream text(file("docs/attributes.md"));
+    lines found;
+    std::string name;
+
+    for (std::string line; std::getline(text, line);) {
+        if (line.starts_with("## ")) {
+            name = line.substr(3);
+        } else if (line.starts_with("| Mode | ")) {
+            found.push_back(name + " " + line.substr(9, 4));
+        }
+    }
+    return found;
+}
+
+}  // namespace
+
+TEST(docs, attributes_are_all_described_in_order_with_their_modes) {
+    rig r;
+    lines table;
+    r.loaded();
+
+    for (const host::attribute_info &attribute : r.machine().attributes()) {
+        char mode[8];
+        std::snprintf(mode, sizeof(mode), "%04o", attribute.mode);
+        table.push_back(attribute.name + " " + mode);
+    }
+    EXPECT_EQ(documented_attributes(), table);
+}
+
+TEST(docs, attributes_that_are_not_served_say_so) {
+    rig r;
+    r.loaded();
+    std::istringstream text(file("docs/attributes.md"));
+    std::string name;
+
+    for (std::string line; std::getline(text, line);) {
+        if (line.starts_with("## ")) {
+            name = line.substr(3);
+        } else if (line.find("Not served yet") != std::string::npos) {
+            const bool readable = line.starts_with("| Read");
+            EXPECT_EQ(readable ? r.read_code(name) : r.machine().write(name, "1\n"), -5) << name;
+        }
+    }
+}
+
+TEST(docs, manual_page_names_every_console_command) {
+    std::istringstream page(file("docs/ovk-sim.1"));
+    std::istringstream help(sim::console::help());
+    std::string entries;
+
+    for (std::string line; std::getline(page, line);) {
+        entries += line.starts_with(".It Cm ") ? line.substr(6) + " " : "";
+    }
+    for (std::string line; std::getline(help, line);) {
+        std::istringstream words(line);
+        std::string name;
+        if (line.starts_with("  ") && line[2] != ' ' && words >> name) {
+            EXPECT_NE(entries.find(" " + name + " "), std::string::npos) << name;
+        }
+    }
+}
+
+}  // namespace tests

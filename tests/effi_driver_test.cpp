@@ -1,0 +1,246 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// The driver of the efficiency monitors: which configuration they get, and when.
+#include <map>
+
+#include "platform/host/platform_bus.h"
+#include "platform/host/services.h"
+#include "tests/rig.h"
+
+namespace tests {
+
+namespace {
+
+using host::fault_kind;
+
+// The bytes of a configuration word.
+struct pair {
+    std::uint32_t low;
+    std::uint32_t high;
+
+    std::uint32_t word() const { return high << 8 | low; }
+};
+using row = std::vector<pair>;
+
+const std::map<std::string, std::vector<row>> rows_of_chip = {
+    {"zt410", {{{10, 32}, {45, 64}, {70, 84}, {84, 86}, {86, 86}, {86, 86}, {86, 86}, {86, 86}}}},
+    {"zt420",
+     {{{16, 31}, {42, 56}, {59, 71}, {68, 78}, {72, 81}, {75, 82}, {76, 82}, {77, 88}},
+      {{13, 26}, {37, 49}, {54, 65}, {64, 74}, {70, 78}, {73, 80}, {75, 81}, {76, 85}},
+      {{18, 37}, {54, 72}, {75, 91}, {81, 92}, {84, 93}, {85, 93}, {87, 93}, {88, 93}}}},
+    {"zt430",
+     {{{17, 35}, {50, 66}, {71, 85}, {79, 89}, {83, 91}, {84, 92}, {85, 92}, {85, 91}},
+      {{14, 29}, {40, 52}, {58, 69}, {69, 79}, {76, 84}, {79, 85}, {79, 86}, {80, 86}}}},
+    {"zt440", {{{15, 30}, {42, 56}, {62, 75}, {74, 84}, {77, 86}, {80, 87}, {81, 88}, {82, 90}}}},
+};
+
+// Index of the row that the frequencies select. Without channels the tree's clock counts.
+struct choice {
+    const char *soc;
+    std::vector<std::uint32_t> channels;
+    std::uint32_t tree_clock;
+    std::size_t index;
+};
+
+const choice choices[] = {
+    {"zt410", {4266, 4266}, 4266, 0}, {"zt410", {3200}, 4266, 0},
+    {"zt420", {2666}, 3200, 0},       {"zt420", {3200}, 2666, 1},
+    {"zt420", {2133}, 2666, 2},       {"zt420", {3200, 2666}, 2133, 1},
+    {"zt420", {2133, 3200}, 2133, 1}, {"zt420", {0, 2133}, 3200, 2},
+    {"zt420", {}, 2133, 2},           {"zt420", {}, 3200, 1},
+    {"zt420", {0, 0}, 2133, 2},       {"zt420", {1234}, 2133, 0},
+    {"zt430", {2666, 2666}, 3200, 0}, {"zt430", {3200, 3200}, 2666, 1},
+    {"zt430", {2133}, 3200, 0},       {"zt440", {}, 3200, 0},
+    {"zt440", {2666}, 2666, 0},
+};
+
+const char *const small_monitors[] = {"effi_monitor0", "effi_monitor1", "effi_monitor2",
+                                      "effi_monitor3"};
+
+lines monitors_of(const devicetree::flat_tree &tree) {
+    lines names;
+
+    for (const auto &node : tree.nodes()) {
+        if (node->name.starts_with("effi_monitor")) {
+            names.push_back(node->name);
+        }
+    }
+    return names;
+}
+
+std::string config_register(const std::string &monitor, std::size_t k) {
+    const char *const offsets[] = {"0x00c", "0x010", "0x014", "0x018",
+                                   "0x01c", "0x020", "0x024", "0x028"};
+    return monitor + "+" + offsets[k];
+}
+
+void expect_row(rig &r, const row &expected) {
+    for (const std::string &monitor : monitors_of(r.machine().tree())) {
+        for (std::size_t k = 0; k < expected.size(); k++) {
+            const std::string place = config_register(monitor, k);
+            EXPECT_EQ(r.peek(place), expected[k].word()) << place;
+        }
+    }
+}
+
+void wipe(rig &r) {
+    for (const char *monitor : small_monitors) {
+        for (std::size_t k = 0; k < 8; k++) {
+            r.poke(config_register(monitor, k), 0);
+        }
+    }
+}
+
+// The writes of one row, in order, to every monitor of the smallest chip.
+lines trace_of(const row &written) {
+    lines trace;
+
+    for (const char *monitor : small_monitors) {
+        for (std::size_t k = 0; k < written.size(); k++) {
+            char value[16];
+            std::snprintf(value, sizeof(value), " 0x%08x", written[k].word());
+            trace.push_back("W32 " + config_register(monitor, k) + value);
+        }
+    }
+    return trace;
+}
+
+lines index_lines(rig &r) {
+    lines found;
+
+    for (const std::string &line : r.log()) {
+        if (line.find("effi table") != std::string::npos) {
+            found.push_back(line);
+        }
+    }
+    return found;
+}
+
+[[maybe_unused]]  // The load succeeds, and of the smallest chip's monitors only the second stays
+                  // unbound.
+                  void
+                  expect_second_unbound(rig &r) {
+    EXPECT_EQ(r.machine().load(), 0);
+    EXPECT_EQ(index_lines(r), lines(3, "<3>effi table idx: [1]"));
+    EXPECT_EQ(
+        r.machine().bound_devices(),
+        (lines{"effi_monitor0@1d0c0000", "effi_monitor2@1d0c2000", "effi_monitor3@1d0c3000"}));
+    EXPECT_EQ(r.peek("0x1d0c100c"), 0u);
+    EXPECT_NE(r.peek("0x1d0c200c"), 0u);
+    EXPECT_EQ(r.machine().unload(), 0);
+    EXPECT_EQ(r.log(), lines(3, "<6>[OVK_BW] OVK EFFI Remove"));
+}
+
+}  // namespace
+
+TEST(effi_driver, loads_the_row_of_the_highest_channel_frequency) {
+    for (const choice &each : choices) {
+        SCOPED_TRACE(std::string(each.soc) + " at " + testing::PrintToString(each.channels) +
+                     " or " + std::to_string(each.tree_clock));
+        rig r(sim::chip_tree(each.soc)
+                  .with_property("/dramc", "channel-freq", "")
+                  .with_u32("/dram_config", "dram_clock", each.tree_clock),
+              each.channels);
+        const lines monitors = monitors_of(r.machine().tree());
+        ASSERT_EQ(r.machine().load(), 0);
+        EXPECT_EQ(index_lines(r), lines(monitors.size(),
+                                        "<3>effi table idx: [" + std::to_string(each.index) + "]"));
+        EXPECT_EQ(r.machine().bound_devices().size(), monitors.size());
+        expect_row(r, rows_of_chip.at(each.soc)[each.index]);
+    }
+}
+
+TEST(effi_driver, writes_eight_words_in_order_to_every_monitor) {
+    rig r("zt420");
+    r.machine().set_tracing(true);
+    r.loaded();
+
+    EXPECT_EQ(r.trace(), trace_of(rows_of_chip.at("zt420")[1]));
+}
+
+TEST(effi_driver, writes_the_row_again_after_a_system_sleep) {
+    rig r(sim::chip_tree("zt420"), {2133});
+    r.loaded();
+    EXPECT_EQ(r.machine().suspend(), 0);
+    EXPECT_EQ(r.log(), lines(4, "<6>[OVK_BW] OVK EFFI Suspend"));
+    expect_row(r, row(8, {0, 0}));
+
+    r.machine().set_tracing(true);
+    EXPECT_EQ(r.machine().resume(), 0);
+    EXPECT_EQ(r.log(), lines(4, "<6>[OVK_BW] OVK EFFI Resume"));
+    EXPECT_EQ(r.trace(), trace_of(rows_of_chip.at("zt420")[2]));
+    expect_row(r, rows_of_chip.at("zt420")[2]);
+}
+
+TEST(effi_driver, does_the_same_for_every_power_transition) {
+    rig r("zt420");
+    r.loaded();
+    const device_driver &driver = *ovk_kernel_driver_find("ovk-effi", &platform_bus_type);
+    const ovk_dev_pm_ops &power = *driver.record->pm;
+    ASSERT_EQ(driver.bound.size(), 4u);
+
+    for (auto *const down : {power.suspend, power.freeze, power.poweroff}) {
+        EXPECT_EQ(down(&driver.bound[0]->dev), 0);
+        EXPECT_EQ(r.log(), lines{"<6>[OVK_BW] OVK EFFI Suspend"});
+    }
+    for (auto *const up : {power.resume, power.thaw, power.restore}) {
+        wipe(r);
+        for (platform_device *device : driver.bound) {
+            EXPECT_EQ(up(&device->dev), 0);
+        }
+        EXPECT_EQ(r.log(), lines(4, "<6>[OVK_BW] OVK EFFI Resume"));
+        expect_row(r, rows_of_chip.at("zt420")[1]);
+    }
+}
+
+TEST(effi_driver, logs_every_removal) {
+    rig r("zt420");
+    r.loaded().machine().unload();
+
+    EXPECT_EQ(r.log(), lines(4, "<6>[OVK_BW] OVK EFFI Remove"));
+}
+
+// The first allocation is the table of channel frequencies.
+TEST(effi_driver, leaves_a_monitor_unbound_without_memory_for_it) {
+    rig r("zt420");
+    r.machine().fail_nth(fault_kind::allocation, 3);
+
+    expect_second_unbound(r);
+}
+
+TEST(effi_driver, leaves_a_monitor_unbound_that_cannot_be_mapped) {
+    rig r("zt420");
+    r.machine().fail_named(fault_kind::mapping, "effi_monitor1");
+
+    expect_second_unbound(r);
+}
+
+TEST(effi_driver, leaves_a_monitor_unbound_that_has_no_registers) {
+    rig r(sim::chip_tree("zt420").without_property("/soc/effi_monitor1@1d0c1000", "reg"));
+
+    expect_second_unbound(r);
+}
+
+TEST(effi_driver, leaves_a_monitor_of_an_unknown_chip_alone) {
+    rig r(sim::chip_tree("zt420").with_property("/soc/effi_monitor1@1d0c1000", "compatible",
+                                                std::string("quorix,zt450-effi-mon") + '\0'));
+
+    expect_second_unbound(r);
+}
+
+// A bound monitor's registers are claimed already: a second probe can't have them.
+TEST(effi_driver, says_why_a_probe_fails) {
+    rig r("zt420");
+    r.loaded();
+    device_driver &driver = *ovk_kernel_driver_find("ovk-effi", &platform_bus_type);
+    platform_device &device = *driver.bound[0];
+    const auto probe = driver.record->probe;
+
+    r.machine().fail_nth(fault_kind::allocation, 1);
+    EXPECT_EQ(probe(&device), -12);
+    EXPECT_EQ(probe(&device), -16);
+    device.resources.clear();
+    EXPECT_EQ(probe(&device), -22);
+    EXPECT_EQ(r.log(), lines{});
+}
+
+}  // namespace tests

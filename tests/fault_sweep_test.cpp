@@ -1,0 +1,298 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// Every request that the module makes of the kernel fails once, one after the other. The number of
+// these points is pinned: a new request shows, and with it the question of what its failure does.
+#include <algorithm>
+#include <array>
+#include <iostream>
+#include <regex>
+
+#include "tests/rig.h"
+
+namespace tests {
+
+namespace {
+
+using host::fault_kind;
+
+constexpr fault_kind all_kinds[] = {fault_kind::allocation, fault_kind::mapping, fault_kind::node,
+                                    fault_kind::property, fault_kind::attribute};
+
+const char *name_of(fault_kind kind) {
+    static constexpr std::array names = {"allocation", "mapping", "node", "property", "attribute"};
+
+    return names.at(static_cast<std::size_t>(kind));
+}
+
+// Runs `attempt` with its first request of the kind failing, then with its second, until none is
+// left to fail; `judge` follows every failure, with its number. Returns how many there were.
+template <class A, class J>
+std::uint64_t sweep(rig &r, fault_kind kind, const std::string &what, A attempt, J judge) {
+    for (std::uint64_t n = 1;; n++) {
+        SCOPED_TRACE(std::string(name_of(kind)) + " " + std::to_string(n));
+        const std::uint64_t before = r.machine().requests(kind);
+        r.machine().fail_nth(kind, n);
+        attempt();
+        r.machine().clear_faults();
+        if (r.machine().requests(kind) - before < n) {
+            testing::Test::RecordProperty("points", std::to_string(n - 1));
+            std::cout << what << ": " << n - 1 << " points of failure: " << name_of(kind) << "\n";
+            return n - 1;
+        }
+        judge(n);
+        EXPECT_EQ(r.machine().take_oopses(), lines{});
+    }
+}
+
+std::string title(const std::string &soc, fault_kind kind) {
+    return soc + "_" + name_of(kind);
+}
+
+}  // namespace
+
+struct load_points {
+    fault_kind kind;
+    std::uint64_t points;
+    std::uint64_t harmless;  // of these, such as loading survives
+};
+
+class fault_sweep_of_loading : public testing::TestWithParam<load_points> {};
+
+// Memory: channel frequencies, 8 monitors, the list, the traffic generator's 3 arrays, 2 arrays for
+// each of 9 modules with larbs and 5 with SMI commons, 21 port groups, the FIFO list. Mappings: 8
+// monitors, 6 FIFOs. Nodes: the two configurations; 16 modules and 6 FIFOs, each counted and
+// walked to the end. Properties: 5 and 3 of the configurations, 3 of each module and FIFO, the
+// traffic generator's alignment, 3 reads of each port group.
+INSTANTIATE_TEST_SUITE_P(zt430, fault_sweep_of_loading,
+                         testing::Values(load_points{fault_kind::allocation, 63, 1 + 8 + 21},
+                                         load_points{fault_kind::mapping, 14, 8},
+                                         load_points{fault_kind::node, 50, 4},
+                                         load_points{fault_kind::property, 138, 63},
+                                         load_points{fault_kind::attribute, 24, 0}),
+                         [](const auto &each) { return std::string(name_of(each.param.kind)); });
+
+// What a load may log besides the lines of a good one.
+bool is_failure_message(const std::string &line) {
+    static const std::regex specified(
+        "<3>\\[OVK_BW\\](Failed to fetch dramc info|no module list|set_module_list error"
+        "|set_fifo_list error|Failed to init ovk_bw_(setup_dram_config|setup_emi_arch_config"
+        "|measure_init)|get_module_id_by_name fail|set set_bw_monitor_default_cfg error"
+        "|create_\\w+_node fail|Failed to create_sysfs_node)"
+        "|<[35]>\\[OVK_BW\\]\\w+ create attribute error"
+        "|<3>\\[OVK_BW\\] fifo_cnt: [0-5]|<6>\\[OVK_BW\\] OVK EFFI Remove");
+
+    return std::regex_match(line, specified);
+}
+
+// The message that ends a log, but for the removals that follow it.
+std::string verdict(lines log) {
+    std::erase(log, "<6>[OVK_BW] OVK EFFI Remove");
+    return log.empty() ? "" : log.back();
+}
+
+void expect_specified_load(fault_kind kind, int code, const lines &log, const lines &good) {
+    const bool created = verdict(log).find("Failed to create_sysfs_node") == std::string::npos;
+    const bool prepared = verdict(log).find("Failed to init ovk_bw_") == std::string::npos;
+
+    EXPECT_EQ(code, !created ? -12 : !prepared ? -1 : 0) << verdict(log);
+    EXPECT_EQ(created, kind != fault_kind::attribute);
+    for (const std::string &line : log) {
+        EXPECT_TRUE(is_failure_message(line) ||
+                    std::find(good.begin(), good.end(), line) != good.end())
+            << line;
+    }
+}
+
+lines good_load(rig &r) {
+    EXPECT_EQ(r.machine().load(), 0);
+    const lines log = r.log();
+    EXPECT_EQ(r.machine().unload(), 0);
+    r.log();
+    return log;
+}
+
+TEST_P(fault_sweep_of_loading, fails_cleanly_or_does_without) {
+    rig r("zt430");
+    const lines good = good_load(r);
+    std::uint64_t harmless = 0;
+    int code = 0;
+    lines log;
+
+    const std::uint64_t points = sweep(
+        r, GetParam().kind, "zt430 load",
+        [&] {
+            code = r.machine().load();
+            log = r.log();
+        },
+        [&](std::uint64_t) {
+            expect_specified_load(GetParam().kind, code, log, good);
+            harmless += code == 0 ? 1 : 0;
+            r.machine().unload();
+            r.log();
+            EXPECT_EQ(r.machine().holdings(), lines{});
+            EXPECT_EQ(good_load(r), good);
+        });
+    EXPECT_EQ(points, GetParam().points);
+    EXPECT_EQ(harmless, GetParam().harmless);
+}
+
+TEST(fault_sweep, finds_nothing_in_unloading_and_in_handlers_that_only_use_memory) {
+    rig r("zt430");
+    const std::function<void()> attempts[] = {
+        [&] { r.machine().unload(); },       [&] { r.read("ip_config"); },
+        [&] { r.read("larb_module_list"); }, [&] { r.write("bw_total", "1 1 16 0"); },
+        [&] { r.write("simple_mon", "0"); },
+    };
+
+    for (const auto &attempt : attempts) {
+        for (const fault_kind kind : all_kinds) {
+            r.machine().load();
+            EXPECT_EQ(sweep(r, kind, "zt430 plain handler", attempt, [](std::uint64_t) {}), 0u);
+        }
+    }
+}
+
+TEST(fault_sweep, leaves_the_list_of_EMI_limits_empty) {
+    for (const fault_kind kind : all_kinds) {
+        rig r("zt430");
+        const std::string good = r.loaded().read("emi_setting");
+        const lines held = r.machine().holdings();
+        const bool mapping = kind == fault_kind::mapping;
+        std::string text;
+        const auto read = [&] { text = r.read("emi_setting"); };
+
+        const std::uint64_t points = sweep(r, kind, "zt430 emi_setting", read, [&](std::uint64_t) {
+            EXPECT_EQ(text, "");
+            EXPECT_EQ(r.log(), mapping ? lines{"<3>[OVK_BW]/soc/emi_cen0@1c040000: of_iomap failed"}
+                                       : lines{});
+            EXPECT_EQ(r.machine().holdings(), held);
+            read();
+            EXPECT_EQ(text, good);
+        });
+        EXPECT_EQ(points, mapping || kind == fault_kind::node ? 1u : 0u);
+    }
+}
+
+struct read_points {
+    const char *soc;
+    fault_kind kind;
+    std::uint64_t points;
+    std::uint64_t unstopped;  // of these, such as leave hardware running until the next read
+};
+
+class fault_sweep_of_total_report : public testing::TestWithParam<read_points> {};
+
+// Only a dispatch block that fails at the end of the last EMI run leaves something on: the other
+// channels' monitors, or broadcast mode.
+INSTANTIATE_TEST_SUITE_P(chips, fault_sweep_of_total_report,
+                         testing::Values(read_points{"zt430", fault_kind::allocation,
+                                                     2 + 16 + 2 * 9, 0},
+                                         read_points{"zt430", fault_kind::mapping, 0, 2},
+                                         read_points{"zt430", fault_kind::node, 0, 2},
+                                         read_points{"zt430", fault_kind::property, 0, 0},
+                                         read_points{"zt430", fault_kind::attribute, 0, 0},
+                                         read_points{"zt440", fault_kind::allocation, 0, 0},
+                                         read_points{"zt440", fault_kind::mapping, 0, 2},
+                                         read_points{"zt440", fault_kind::node, 0, 2},
+                                         read_points{"zt440", fault_kind::property, 0, 0},
+                                         read_points{"zt440", fault_kind::attribute, 0, 0}),
+                         [](const auto &each) { return title(each.param.soc, each.param.kind); });
+
+// Bits that are set while the hardware measures.
+struct running_bits {
+    std::uint64_t address;
+    std::uint32_t mask;
+};
+
+std::vector<running_bits> running_bits_of(const devicetree::flat_tree &tree) {
+    static constexpr struct {
+        const char *prefix;
+        std::uint32_t offset;
+        std::uint32_t mask;
+    } kinds[] = {{"larb", 0x400, ~0u},          {"smi_common", 0x1a0, ~0u},
+                 {"effi_monitor", 0x000, 0x10}, {"emi_cen", 0x060, 0x40000000},
+                 {"emi_dispatch", 0x100, ~0u},  {"emi_dispatch", 0x104, ~0u}};
+    std::vector<running_bits> bits;
+
+    for (const auto &node : tree.nodes()) {
+        for (const auto &kind : kinds) {
+            if (!node->reg.empty() && node->name.starts_with(kind.prefix)) {
+                bits.push_back({node->reg[0].start + kind.offset, kind.mask});
+            }
+        }
+    }
+    return bits;
+}
+
+bool is_stopped(rig &r, const std::vector<running_bits> &bits) {
+    return std::all_of(bits.begin(), bits.end(), [&r](const running_bits &each) {
+        return (r.chip().peek(each.address, 32) & each.mask) == 0;
+    });
+}
+
+bool is_measuring_message(const std::string &line) {
+    static const std::regex specified(
+        "<3>\\[OVK_BW\\](/soc/\\w+@\\w+: of_iomap failed"
+        "|Can't find (SMI LARB|SMI COMMON|effi_monitor|EMI|EMI_DISPATCH) device base!!"
+        "|can't get property: (in|out)put-port-nr|Can't get smi common port info!!)");
+
+    return std::regex_match(line, specified);
+}
+
+// A report that came to its end, or to the end of the page.
+bool is_complete(const std::string &report) {
+    static const std::regex status("[^]*Status: [^\n]*(SAFE|WARNING|DANGER)[^\n]*\n\033\\[K\n");
+
+    return report.size() == 4095 || std::regex_match(report, status);
+}
+
+void expect_specified_read(fault_kind kind, std::uint64_t n, const host::machine::read_result &read,
+                           const lines &log) {
+    if (kind == fault_kind::allocation) {
+        EXPECT_EQ(read.code, n == 1 ? -12 : 0);
+        EXPECT_EQ(read.text, "");
+        EXPECT_EQ(log, lines{});
+        return;
+    }
+    EXPECT_TRUE(is_complete(read.text)) << read.text;
+    for (const std::string &line : log) {
+        EXPECT_TRUE(is_measuring_message(line)) << line;
+    }
+}
+
+void set_up_playback(rig &r, const std::string &soc) {
+    r.chip().set_scenario(sim::find_scenario(soc, "playback"));
+    r.loaded();
+    for (const auto &node : r.machine().tree().nodes()) {
+        if (node->string("device_type") == "bw") {
+            r.write("bw_total", std::to_string(*node->u32("module-id")) + " 1 16 0");
+        }
+    }
+    r.log();
+}
+
+TEST_P(fault_sweep_of_total_report, reports_what_is_left_and_stops_the_hardware) {
+    rig r(GetParam().soc);
+    set_up_playback(r, GetParam().soc);
+    const std::string good = r.read("bw_total");
+    const lines held = r.machine().holdings();
+    const std::vector<running_bits> bits = running_bits_of(r.machine().tree());
+    host::machine::read_result read;
+    std::uint64_t unstopped = 0;
+    ASSERT_TRUE(is_complete(good));
+
+    const std::uint64_t points = sweep(
+        r, GetParam().kind, std::string(GetParam().soc) + " bw_total",
+        [&] { read = r.machine().read("bw_total"); },
+        [&](std::uint64_t n) {
+            expect_specified_read(GetParam().kind, n, read, r.log());
+            EXPECT_EQ(r.machine().holdings(), held);
+            unstopped += is_stopped(r, bits) ? 0 : 1;
+            EXPECT_EQ(r.read("bw_total"), good);
+            EXPECT_EQ(r.log(), lines{});
+            EXPECT_TRUE(is_stopped(r, bits));
+        });
+    EXPECT_EQ(points, GetParam().points);
+    EXPECT_EQ(unstopped, GetParam().unstopped);
+}
+
+}  // namespace tests

@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// A simulated chip for one test. It ends with the module unloaded, nothing held and nothing that a
+// kernel would object to.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "sim/simulator.h"
+
+namespace tests {
+
+class rig {
+  public:
+    explicit rig(const std::string &soc = "zt430") : rig(sim::chip_tree(soc)) {}
+    explicit rig(devicetree::flat_tree tree, std::vector<std::uint32_t> dram_freq = {})
+        : simulator_({.tree = std::move(tree), .soc = "", .dram_freq = std::move(dram_freq)}) {}
+    ~rig() {
+        machine().unload();
+        EXPECT_EQ(machine().holdings(), std::vector<std::string>{});
+        EXPECT_EQ(machine().take_oopses(), std::vector<std::string>{});
+    }
+    rig(const rig &) = delete;
+    rig &operator=(const rig &) = delete;
+
+    host::machine &machine() { return simulator_.machine(); }
+    sim::chip_bus &chip() { return simulator_.chip(); }
+    sim::simulator &simulator() { return simulator_; }
+
+    // Loads and forgets what loading logged.
+    rig &loaded() {
+        EXPECT_EQ(machine().load(), 0);
+        machine().take_log();
+        return *this;
+    }
+
+    std::string read(const std::string &attribute) {
+        const auto result = machine().read(attribute);
+        EXPECT_GE(result.code, 0) << attribute;
+        return result.text;
+    }
+    long read_code(const std::string &attribute) { return machine().read(attribute).code; }
+    // Writes and expects that everything was taken.
+    void write(const std::string &attribute, const std::string &text) {
+        EXPECT_EQ(machine().write(attribute, text), static_cast<long>(text.size())) << text;
+    }
+
+    // "<3>[OVK_BW]..." lines since the last call.
+    std::vector<std::string> log() {
+        std::vector<std::string> lines;
+        for (const host::log_line &line : machine().take_log()) {
+            lines.push_back("<" + std::to_string(line.level) + ">" + line.text);
+        }
+        return lines;
+    }
+
+    std::vector<std::string> trace() {
+        std::vector<std::string> lines;
+        for (const host::trace_entry &entry : machine().take_trace()) {
+            lines.push_back(entry.text());
+        }
+        return lines;
+    }
+
+    void pin(const std::string &place, std::uint32_t value) {
+        chip().pin(simulator_.address_of(place), value);
+    }
+    std::uint32_t peek(const std::string &place) {
+        return static_cast<std::uint32_t>(chip().peek(simulator_.address_of(place), 32));
+    }
+    void poke(const std::string &place, std::uint32_t value) {
+        chip().poke(simulator_.address_of(place), 32, value);
+    }
+
+  private:
+    sim::simulator simulator_;
+};
+
+// The text without terminal control sequences.
+std::string plain(const std::string &text);
+
+using lines = std::vector<std::string>;
+
+}  // namespace tests

@@ -1,0 +1,550 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// Loading: what is logged and published, what makes it fail, and what is left behind then.
+#include "platform/host/services.h"
+#include "tests/host_machine.h"
+#include "tests/rig.h"
+
+namespace tests {
+
+namespace {
+
+using devicetree::flat_tree;
+using host::fault_kind;
+
+// All that the smallest chip logs while it loads.
+const lines whole_load = {
+    "<6>chip dram clock:[2666]",
+    "<3>effi table idx: [1]",
+    "<3>effi table idx: [1]",
+    "<3>effi table idx: [1]",
+    "<3>effi table idx: [1]",
+    "<5>[OVK-BW] add node: vdec_larb0 \033[K",
+    "<5>[OVK-BW] add node: vdec_larb1 \033[K",
+    "<5>[OVK-BW] add node: hdmirx_larb1 \033[K",
+    "<5>[OVK-BW] add node: scl_larb2 \033[K",
+    "<5>[OVK-BW] add node: scl_comm0 \033[K",
+    "<5>[OVK-BW] add node: gop_larb3 \033[K",
+    "<5>[OVK-BW] add node: aud_larb4 \033[K",
+    "<5>[OVK-BW] add node: peri_comm0 \033[K",
+    "<5>[OVK-BW] add node: peri_comm1 \033[K",
+    "<5>[OVK-BW] add node: bist_engine1 \033[K",
+    "<5>[OVK-BW] add node: bist_engine0 \033[K",
+    "<3>[OVK_BW] fifo_cnt: 0",
+};
+
+// How many of these lines have come when loading has got so far.
+constexpr std::size_t at_start = 0;
+constexpr std::size_t after_clock = 1;
+constexpr std::size_t after_probes = 5;
+constexpr std::size_t after_vdec = 7;
+constexpr std::size_t before_engines = 14;
+constexpr std::size_t before_fifos = 16;
+constexpr std::size_t at_end = 17;
+
+const lines unbinding(4, "<6>[OVK_BW] OVK EFFI Remove");
+
+lines operator+(lines first, const lines &then) {
+    first.insert(first.end(), then.begin(), then.end());
+    return first;
+}
+
+// The log of a load that got that far and then failed with these messages.
+lines failed_load(std::size_t reached, const lines &messages) {
+    const auto begin = whole_load.begin();
+    const lines before(begin, begin + static_cast<std::ptrdiff_t>(reached));
+
+    return before + messages + (reached < after_probes ? lines{} : unbinding);
+}
+
+const lines no_dram_config = {"<3>[OVK_BW]Failed to init ovk_bw_setup_dram_config"};
+const lines no_emi_arch = {"<3>[OVK_BW]Failed to init ovk_bw_setup_emi_arch_config"};
+const lines no_measurement = {"<3>[OVK_BW]Failed to init ovk_bw_measure_init"};
+const lines bad_list = lines{"<3>[OVK_BW]set_module_list error"} + no_measurement;
+const lines no_list = lines{"<3>[OVK_BW]no module list"} + bad_list;
+const lines bad_fifos = lines{"<3>[OVK_BW]set_fifo_list error"} + no_measurement;
+const lines no_default = lines{"<3>[OVK_BW]set set_bw_monitor_default_cfg error"} + no_measurement;
+const lines no_reference = {"<3>[OVK_BW]get_module_id_by_name fail"};
+
+void expect_failure(rig &r, long code, const lines &log) {
+    EXPECT_EQ(r.machine().load(), code);
+    EXPECT_EQ(r.log(), log);
+    EXPECT_FALSE(r.machine().loaded());
+    EXPECT_TRUE(r.machine().attributes().empty());
+    EXPECT_EQ(r.machine().take_oopses(), lines{});  // nothing was left behind
+}
+
+void expect_clean_load(rig &r) {
+    r.machine().clear_faults();
+    EXPECT_EQ(r.machine().load(), 0);
+    EXPECT_EQ(r.log(), whole_load);
+    EXPECT_EQ(r.machine().attributes().size(), 24u);
+}
+
+std::string text_property(const std::string &text) {
+    return text + '\0';
+}
+
+// A property, or a node that is looked up by `search` (its name or type), that loading needs.
+struct need {
+    const char *path;
+    const char *property;  // null: the node itself
+    const char *search;
+    std::size_t reached;
+    const lines &messages;
+
+    bool is_node() const { return !property; }
+    fault_kind kind() const { return is_node() ? fault_kind::node : fault_kind::property; }
+    std::string request() const {
+        const std::string node = path;
+        return is_node() ? search : node.substr(node.rfind('/') + 1) + ":" + property;
+    }
+    flat_tree missing() const {
+        const flat_tree tree = sim::chip_tree("zt420");
+        return is_node() ? tree.without_node(path) : tree.without_property(path, property);
+    }
+};
+
+const need needs[] = {
+    {"/dram_config", nullptr, "dram_config", at_start, no_dram_config},
+    {"/dram_config", "bus_width", nullptr, at_start, no_dram_config},
+    {"/dram_config", "dram_clock", nullptr, at_start, no_dram_config},
+    {"/dram_config", "dram_penalty", nullptr, after_clock, no_dram_config},
+    {"/dram_config", "emi_clock", nullptr, after_clock, no_dram_config},
+    {"/dram_config", "smi_clock", nullptr, after_clock, no_dram_config},
+    {"/emi_arch", nullptr, "emi_arch", after_probes, no_emi_arch},
+    {"/emi_arch", "emi_cnt", nullptr, after_probes, no_emi_arch},
+    {"/emi_arch", "emi_port_cnt", nullptr, after_probes, no_emi_arch},
+    {"/emi_arch", "smi_common_cnt", nullptr, after_probes, no_emi_arch},
+    {"/bw_modules", nullptr, "bw", after_probes, no_list},
+    {"/bw_modules/bw_cpu", "module-name", nullptr, after_probes, bad_list},
+    {"/bw_modules/bw_hdmirx", "domain", nullptr, after_vdec, bad_list},
+    {"/bw_modules/bw_hdmirx", "module-id", nullptr, after_vdec, bad_list},
+    {"/bw_modules/bw_bist", "alignment", nullptr, before_engines, bad_list},
+};
+
+struct published {
+    const char *name;
+    unsigned mode;
+    int level;          // of the message that it can't be created
+    const char *group;  // null: none
+};
+
+constexpr const char *fake = "create_fake_engine_node";
+constexpr const char *monitor = "create_bw_monitor_related_node";
+constexpr const char *config = "create_bw_config_related_node";
+constexpr const char *ip = "create_ip_related_node";
+
+constexpr published attributes[] = {
+    {"debug_log_on", 0644, 3, nullptr},    {"reg_op", 0644, 3, nullptr},
+    {"fake_engine", 0644, 3, fake},        {"fake_eng_loop", 0200, 3, fake},
+    {"bw_total", 0644, 3, monitor},        {"bw_larb", 0644, 3, monitor},
+    {"bw_scomm", 0644, 3, monitor},        {"bw_emi", 0644, 5, monitor},
+    {"bw_bus", 0444, 5, monitor},          {"bw_emi_detail", 0200, 5, monitor},
+    {"bw_emi_lmt", 0644, 5, monitor},      {"bw_emi_timer", 0644, 5, monitor},
+    {"bw_emi_ostd", 0644, 5, monitor},     {"ip_config", 0444, 3, config},
+    {"larb_module_list", 0444, 3, config}, {"simple_mon", 0200, 5, config},
+    {"larb_config", 0200, 3, config},      {"cpupri_slot", 0444, 3, config},
+    {"cpupri", 0664, 3, config},           {"mask", 0200, 3, config},
+    {"emi_setting", 0444, 5, config},      {"larb_ostdl", 0644, 3, config},
+    {"fifo_status", 0644, 3, ip},          {"fifo_status_clear", 0200, 3, ip},
+};
+
+lines creation_failure(const published &attribute) {
+    const std::string label = attribute.name == std::string("reg_op") ? "regop" : attribute.name;
+    lines messages = {"<" + std::to_string(attribute.level) + ">[OVK_BW]" + label +
+                      " create attribute error"};
+
+    if (attribute.group) {
+        messages.push_back(std::string("<3>[OVK_BW]") + attribute.group + " fail");
+    }
+    return messages + lines{"<3>[OVK_BW]Failed to create_sysfs_node"};
+}
+
+// The figure behind "Total" in the short form of the total report.
+std::string total_bandwidth(rig &r) {
+    r.write("simple_mon", "1");
+    const std::string report = plain(r.read("bw_total"));
+    const std::size_t start = report.find("Total     : ");
+    return report.substr(start, report.find(" MB/s", start) - start);
+}
+
+std::string module_node(int number, const std::string &name, const std::string &rest = "") {
+    return "m" + std::to_string(number) + " { device_type = \"bw\"; module-name = \"" + name +
+           "\"; domain = \"TS\"; module-id = <" + std::to_string(number) + ">; " + rest + " };";
+}
+
+// A chip of which nothing but the module list matters; GOP, SUM and REF_EMI are its last.
+flat_tree list_of(const std::string &modules) {
+    const std::string source =
+        "/dts-v1/; / { dram_config { bus_width = <32>; dram_clock = <3200>; dram_penalty = <85>;"
+        " emi_clock = <800>; smi_clock = <624>; };"
+        " emi_arch { emi_cnt = <0>; emi_port_cnt = <0>; smi_common_cnt = <0>; };"
+        " bw_modules {" +
+        modules + module_node(97, "GOP") + module_node(98, "SUM") + module_node(99, "REF_EMI") +
+        "}; };";
+
+    return host_test::compiled(source.c_str());
+}
+
+std::string heading(const std::string &label, const std::string &name, int id) {
+    return "\033[4mModule : \033[" + label + ";30m  " + name +
+           "  \033[0m\033[4m / ID: " + std::to_string(id) + "\033[0m\n";
+}
+
+const std::string gop_without_groups = heading("46", "GOP", 97) + "\n";
+
+lines load_log_of(rig &r) {
+    EXPECT_EQ(r.machine().load(), 0);
+    return r.log();
+}
+
+std::size_t count(const lines &log, const std::string &line) {
+    return static_cast<std::size_t>(std::count(log.begin(), log.end(), line));
+}
+
+}  // namespace
+
+TEST(startup, logs_every_step_in_order) {
+    rig r("zt420");
+
+    expect_clean_load(r);
+}
+
+TEST(startup, publishes_exactly_24_attributes_in_order) {
+    rig r("zt420");
+    r.loaded();
+    const std::vector<host::attribute_info> found = r.machine().attributes();
+
+    ASSERT_EQ(found.size(), std::size(attributes));
+    for (std::size_t i = 0; i < found.size(); i++) {
+        EXPECT_EQ(found[i].name, attributes[i].name);
+        EXPECT_EQ(found[i].mode, attributes[i].mode) << found[i].name;
+    }
+}
+
+TEST(startup, fails_without_any_part_of_the_tree_that_it_needs) {
+    for (const need &part : needs) {
+        SCOPED_TRACE(part.request());
+        rig r(part.missing());
+        expect_failure(r, -1, failed_load(part.reached, part.messages));
+    }
+}
+
+TEST(startup, works_again_once_what_was_missing_is_there) {
+    for (const need &part : needs) {
+        SCOPED_TRACE(part.request());
+        rig r("zt420");
+        r.machine().fail_named(part.kind(), part.request());
+        expect_failure(r, -1, failed_load(part.reached, part.messages));
+        expect_clean_load(r);
+    }
+}
+
+TEST(startup, takes_a_property_shorter_than_a_cell_for_missing) {
+    rig r(sim::chip_tree("zt420").with_property("/dram_config", "emi_clock", "\1\1"));
+
+    expect_failure(r, -1, failed_load(after_clock, no_dram_config));
+}
+
+TEST(startup, fails_with_a_second_traffic_generator) {
+    const std::string audio = "/bw_modules/bw_aud";
+    rig r(sim::chip_tree("zt420")
+              .with_property(audio, "module-name", text_property("BIST"))
+              .with_u32(audio, "alignment", 3));
+
+    expect_failure(r, -1, failed_load(before_engines, bad_list));
+}
+
+TEST(startup, fails_with_a_fifo_that_lacks_a_property) {
+    rig r(sim::chip_tree("zt420").with_property("/soc/miu2gmc1@1d101000", "device_type",
+                                                text_property("fifo")));
+
+    expect_failure(r, -1, failed_load(before_fifos, lines{"<3>[OVK_BW] fifo_cnt: 1"} + bad_fifos));
+}
+
+TEST(startup, fails_without_GOP_after_the_fifos_were_mapped) {
+    const std::string name = text_property("GOP0");
+    rig small(sim::chip_tree("zt420").with_property("/bw_modules/bw_gop", "module-name", name));
+    expect_failure(small, -1, failed_load(at_end, no_default));
+}
+
+TEST(startup, unmaps_the_fifos_of_a_failed_load) {
+    rig r(sim::chip_tree("zt430").without_node("/bw_modules/bw_gop"));
+    const std::uint64_t before = r.machine().requests(fault_kind::mapping);
+
+    EXPECT_EQ(r.machine().load(), -1);
+    EXPECT_EQ(r.machine().requests(fault_kind::mapping) - before, 8u + 6u);
+}
+
+TEST(startup, fails_with_the_code_of_an_attribute_that_cannot_be_created) {
+    for (std::size_t i = 0; i < std::size(attributes); i++) {
+        SCOPED_TRACE(attributes[i].name);
+        rig r("zt420");
+        r.machine().fail_named(fault_kind::attribute, attributes[i].name);
+        expect_failure(r, -12, failed_load(at_end, creation_failure(attributes[i])));
+        EXPECT_EQ(r.machine().requests(fault_kind::attribute), i + 1);
+        expect_clean_load(r);
+    }
+}
+
+// The host kernel takes the other module's driver away, with a remark, when the load fails.
+TEST(startup, fails_with_the_code_of_a_driver_that_cannot_be_registered) {
+    const struct {
+        const char *driver;
+        std::size_t reached;
+        const char *message;
+    } cases[] = {
+        {"ovk-effi", after_clock, "<3>[OVK_BW]Failed to register ovk_effi_monitor driver"},
+        {"ovk-bw", after_probes, "<3>[OVK_BW]Failed to register ovk_bw_monitor driver"},
+    };
+
+    for (const auto &each : cases) {
+        SCOPED_TRACE(each.driver);
+        rig r("zt420");
+        ovk_platform_driver other{};
+        other.name = each.driver;
+        ASSERT_EQ(ovk_kernel_platform_driver_register(&other), 0);
+        EXPECT_EQ(r.machine().load(), -16);
+        EXPECT_EQ(r.log(), failed_load(each.reached, {each.message}));
+        EXPECT_EQ(r.machine().take_oopses(), lines{std::string("left behind by a failed load: "
+                                                               "driver: ") +
+                                                   each.driver + ", bound to 0 devices"});
+        expect_clean_load(r);
+    }
+}
+
+TEST(startup, leaves_nothing_behind_in_a_hundred_turns) {
+    rig r("zt430");
+    const lines first = load_log_of(r);
+    r.machine().unload();
+
+    for (int turn = 0; turn < 100; turn++) {
+        r.log();
+        ASSERT_EQ(load_log_of(r), first);
+        ASSERT_EQ(r.machine().unload(), 0);
+        ASSERT_EQ(r.machine().holdings(), lines{});
+        ASSERT_TRUE(r.machine().attributes().empty());
+        ASSERT_EQ(r.log(), lines(8, "<6>[OVK_BW] OVK EFFI Remove"));
+    }
+}
+
+TEST(platform_configuration, takes_the_lowest_known_channel_frequency) {
+    const struct {
+        std::vector<std::uint32_t> channels;
+        std::uint32_t bus_width;
+        const char *clock;
+        const char *total;
+    } cases[] = {
+        {{0, 3200, 2666}, 16, "2666", "Total     :   5332"},
+        {{2133, 0, 3200}, 32, "2133", "Total     :   8532"},
+        {{0, 0}, 32, "3200", "Total     :  12800"},
+        {{2666}, 12, "2666", "Total     :   2666"},
+        {{2666}, 7, "2666", "Total     :      0"},
+        {{2666}, 0xffffffff, "2666", "Total     : 1073739158"},  // (2^29 - 1) * 2666 mod 2^32
+    };
+
+    for (const auto &each : cases) {
+        rig r(sim::chip_tree("zt420").with_u32("/dram_config", "bus_width", each.bus_width),
+              each.channels);
+        EXPECT_EQ(load_log_of(r).front(), std::string("<6>chip dram clock:[") + each.clock + "]");
+        EXPECT_EQ(total_bandwidth(r), each.total);
+    }
+}
+
+TEST(platform_configuration, does_without_channel_frequencies) {
+    const lines log = {"<3>[OVK_BW]Failed to fetch dramc info", "<6>chip dram clock:[3200]"};
+    rig without(sim::chip_tree("zt420").without_property("/dramc", "channel-freq"));
+    lines found = load_log_of(without);
+    found.resize(2);
+    EXPECT_EQ(found, log);
+    EXPECT_EQ(total_bandwidth(without), "Total     :   6400");
+}
+
+TEST(platform_configuration, does_without_memory_for_channel_frequencies) {
+    rig r("zt420");
+    r.machine().fail_nth(fault_kind::allocation, 1);
+    lines found = load_log_of(r);
+    found.resize(2);
+    EXPECT_EQ(found, (lines{"<3>[OVK_BW]Failed to fetch dramc info", "<6>chip dram clock:[3200]"}));
+}
+
+// An idle CPU shows what its monitors measured, 0 %, or the 64 % assumed where there are none.
+TEST(platform_configuration, knows_monitors_at_EMI_ports_from_the_tree) {
+    rig with("zt430");
+    const std::string row = "   0       CPU         CPU           0";
+    EXPECT_NE(with.loaded().read("bw_total").find(row + "           0"), std::string::npos);
+}
+
+TEST(platform_configuration, knows_from_the_tree_that_EMI_ports_have_no_monitors) {
+    rig without(sim::chip_tree("zt430").without_property("/emi_arch", "emi-effi-monitor"));
+    const std::string row = "   0       CPU         CPU           0";
+    EXPECT_NE(without.loaded().read("bw_total").find(row + "          64"), std::string::npos);
+}
+
+TEST(module_list, logs_a_missing_reference_module_once) {
+    const std::string sum = "/bw_modules/bw_sum";
+    const std::string reference = "/bw_modules/bw_ref_emi";
+    const flat_tree tree = sim::chip_tree("zt420");
+    const auto renamed = [](const flat_tree &from, const std::string &path, const char *name) {
+        return from.with_property(path, "module-name", text_property(name));
+    };
+    flat_tree variations[] = {
+        tree.without_node(reference),
+        tree.without_node(sum),
+        tree.without_node(sum).without_node(reference),
+        renamed(tree, reference, "REF_EMI2"),
+        renamed(tree, sum, "SU"),
+    };
+    lines log = whole_load;
+    log.insert(log.end() - 1, no_reference.front());
+
+    for (flat_tree &variation : variations) {
+        rig r(std::move(variation));
+        EXPECT_EQ(load_log_of(r), log);
+    }
+}
+
+// With the other one disabled, SUM has the CPU's 1000 MB/s and what a module of that name, but not
+// the reference, counts: all there is.
+TEST(module_list, takes_the_first_of_two_reference_modules) {
+    rig r(sim::chip_tree("zt420").with_property("/bw_modules/bw_gpu", "module-name",
+                                                text_property("REF_EMI")));
+    soc::scenario traffic;
+    traffic.sources.push_back({soc::source_kind::emi_port, 0, 0, {.read = 1000}});
+    r.chip().set_scenario(traffic);
+    r.loaded();
+    r.write("bw_total", "1 0 16 0");
+
+    EXPECT_NE(r.read("bw_total").find("  10       SUM         ALL        2000"), std::string::npos);
+}
+
+TEST(module_list, lists_modules_with_all_their_groups) {
+    rig r(list_of(module_node(0, "PLAIN") +
+                  module_node(1, "BOTH",
+                              "a { larb-id = <4>; port-list = <0 2>; };"
+                              "n { };"  // neither: passed over without a word
+                              "b { common-id = <1>; port-list = <7>; };"
+                              "off { status = \"disabled\"; larb-id = <5>; port-list = <1>; };"
+                              "c { larb-id = <3>; port-list = <31>; };") +
+                  module_node(2, "MIX",
+                              "mix-module; one { d { larb-id = <6>; port-list = <1>; }; };"
+                              "two { e { }; f { common-id = <2>; port-list = <0 3>; }; };")));
+    EXPECT_EQ(load_log_of(r),
+              (lines{"<3>[OVK_BW]Failed to fetch dramc info", "<6>chip dram clock:[3200]",
+                     "<5>[OVK-BW] add node: a \033[K", "<5>[OVK-BW] add node: b \033[K",
+                     "<5>[OVK-BW] add node: c \033[K", "<5>[OVK-BW] add node: d \033[K",
+                     "<3>[OVK_BW] error to parse larb/common id", "<5>[OVK-BW] add node: f \033[K",
+                     "<3>[OVK_BW] fifo_cnt: 0"}));
+    EXPECT_EQ(r.read("ip_config"), heading("46", "PLAIN", 0) + "\n" + heading("46", "BOTH", 1) +
+                                       "SMI_LARB_4 : PORT[ 0 2 ]\nSMI_LARB_3 : PORT[ 31 ]\n"
+                                       "SMI_COMM_1 : PORT[ 7 ]\n\n" +
+                                       heading("46", "MIX", 2) +
+                                       "SMI_LARB_6 : PORT[ 1 ]\nSMI_COMM_2 : PORT[ 0 3 ]\n\n" +
+                                       gop_without_groups);
+}
+
+TEST(module_list, gives_the_slot_of_a_group_without_ports_to_the_next) {
+    rig r(list_of(
+        module_node(0, "LARBS", "a { larb-id = <4>; }; b { larb-id = <7>; port-list = <1 2>; };") +
+        module_node(1, "COMMONS",
+                    "a { common-id = <1>; }; b { common-id = <2>; port-list = <5>; };")));
+    const lines log = load_log_of(r);
+
+    EXPECT_EQ(count(log, "<5>[OVK-BW] add node: a \033[K"), 2u);
+    EXPECT_EQ(r.read("ip_config"),
+              heading("46", "LARBS", 0) + "SMI_LARB_7 : PORT[ 1 2 ]\nSMI_LARB_0 : PORT[ ]\n\n" +
+                  heading("46", "COMMONS", 1) + "SMI_COMM_2 : PORT[ 5 ]\nSMI_COMM_0 : PORT[ ]\n\n" +
+                  gop_without_groups);
+}
+
+TEST(listings, show_ports_and_domain_of_every_module_but_the_references) {
+    rig r("zt420");
+
+    EXPECT_EQ(
+        r.loaded().read("ip_config"),
+        heading("47", "CPU", 0) + "EMI_PORT[ 0 1 ]\n\n" + heading("45", "GPU", 1) +
+            "EMI_PORT[ 7 ]\n\n" + heading("46", "VDEC", 2) +
+            "SMI_LARB_0 : PORT[ 0 1 2 ]\nSMI_LARB_1 : PORT[ 0 ]\n\n" + heading("43", "HDMIRX", 3) +
+            "SMI_LARB_1 : PORT[ 4 5 ]\n\n" + heading("42", "SCL", 4) +
+            "SMI_LARB_2 : PORT[ 0 1 2 3 4 5 ]\nSMI_COMM_0 : PORT[ 4 ]\n\n" +
+            heading("45", "GOP", 5) + "SMI_LARB_3 : PORT[ 0 1 ]\n\n" + heading("47", "AUD", 6) +
+            "SMI_LARB_4 : PORT[ 0 1 ]\n\n" + heading("47", "PERI", 7) +
+            "SMI_COMM_0 : PORT[ 5 ]\nSMI_COMM_1 : PORT[ 3 ]\n\n" + heading("47", "BIST", 8) +
+            "SMI_LARB_1 : PORT[ 31 ]\nSMI_LARB_0 : PORT[ 31 ]\n\n");
+}
+
+TEST(listings, show_modules_with_larbs_three_to_a_line) {
+    const std::string group = "a { larb-id = <1>; port-list = <0>; };";
+    std::string modules;
+    for (int number = 1; number <= 7; number++) {
+        modules += module_node(10 * number, "LONG" + std::to_string(number), group);
+    }
+    const struct {
+        flat_tree tree;
+        const char *text;
+    } cases[] = {
+        {list_of(modules),  // positions, not ids
+         "0 : LONG1        1 : LONG2        2 : LONG3        \n"
+         "3 : LONG4        4 : LONG5        5 : LONG6        \n"
+         "6 : LONG7        \n"},
+        {list_of(""), "\n"},
+        {sim::chip_tree("zt420"),
+         "2 : VDEC         3 : HDMIRX       4 : SCL          \n"
+         "5 : GOP          6 : AUD          8 : BIST         \n\n"},
+        {sim::chip_tree("zt430"),
+         "2 : VDEC         3 : MVOP         5 : HDMIRX       \n"
+         "6 : SCL          7 : FRC          8 : PNL          \n"
+         "9 : GOP          10: AUD          13: BIST         \n\n"},
+    };
+
+    for (const auto &each : cases) {
+        rig r(flat_tree::from_blob(each.tree.blob()));
+        EXPECT_EQ(r.loaded().read("larb_module_list"), each.text);
+    }
+}
+
+TEST(listings, show_the_limit_of_every_EMI_port) {
+    rig r("zt420");
+    r.loaded();
+    r.poke("emi_cen0+0x100", 0x5);
+    r.poke("emi_cen0+0x108", 0x2a);  // not port 1's: that one shares port 0's
+    r.poke("emi_cen0+0x110", 0x40);
+    r.poke("emi_cen0+0x118", 0xffffffff);
+    r.poke("emi_cen0+0x138", 0x10);
+
+    std::string text;
+    const char *const limits[] = {"5", "5", "0", "3f", "0", "0", "0", "10"};
+    for (std::size_t port = 0; port < std::size(limits); port++) {
+        text +=
+            "-->EMI-Port(" + std::to_string(port) + ") bw_limit: 0x" + limits[port] + " \033[K\n";
+    }
+    EXPECT_EQ(r.read("emi_setting"), text);
+}
+
+TEST(listings, show_no_EMI_port_without_the_channel) {
+    rig r(sim::chip_tree("zt420").without_node("/soc/emi_cen0@1d010000"));
+
+    EXPECT_EQ(r.loaded().read("emi_setting"), "");
+    EXPECT_EQ(r.log(), lines{});
+}
+
+TEST(listings, show_no_EMI_port_when_the_channel_cannot_be_mapped) {
+    rig r("zt420");
+    r.loaded();
+    r.machine().fail_named(fault_kind::mapping, "emi_cen0");
+
+    EXPECT_EQ(r.read("emi_setting"), "");
+    EXPECT_EQ(r.log(), lines{"<3>[OVK_BW]/soc/emi_cen0@1d010000: of_iomap failed"});
+}
+
+TEST(listings, show_nothing_where_EMI_channels_have_no_ports) {
+    rig r(sim::chip_tree("zt420").with_u32("/emi_arch", "emi_port_cnt", 0));
+    r.loaded();
+    r.machine().set_tracing(true);
+
+    EXPECT_EQ(r.read("emi_setting"), "");
+    EXPECT_EQ(r.trace(), lines{});
+    EXPECT_EQ(r.log(), lines{});
+}
+
+}  // namespace tests

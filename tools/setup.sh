@@ -1,0 +1,67 @@
+# SPDX-License-Identifier: GPL-2.0-only
+# Sourced by the top-level commands: packages and builds. Speaks on standard error only.
+# shellcheck shell=bash
+
+top=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+build=$top/build
+
+simulator_packages=(g++ cmake ninja-build pkg-config libfdt-dev device-tree-compiler
+    libcli11-dev libtomlplusplus-dev libedit-dev)
+module_packages=(make gcc-12-aarch64-linux-gnu g++-12-aarch64-linux-gnu kmod)
+check_packages=(libgtest-dev clang-format-14 clang-tidy-14 shellcheck mandoc)
+bench_packages=(libbenchmark-dev)
+
+say() {
+    printf '%s\n' "$*" >&2
+}
+
+as_root() {
+    if [ "$(id -u)" -eq 0 ]; then
+        "$@"
+    else
+        sudo "$@"
+    fi
+}
+
+missing_packages() {
+    local package
+    for package in "$@"; do
+        dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q '^install ok installed' ||
+            printf '%s\n' "$package"
+    done
+}
+
+# Runs a command with its output in a log file, which is shown only when the command fails.
+quietly() {
+    local log=$1
+    shift
+    mkdir -p "$(dirname "$log")"
+    if ! "$@" >"$log" 2>&1; then
+        cat "$log" >&2
+        say "failed: $*"
+        return 1
+    fi
+}
+
+install_missing() {
+    local missing
+    mapfile -t missing < <(missing_packages "$@")
+    if [ "${#missing[@]}" -eq 0 ]; then
+        return
+    fi
+    say "installing ${missing[*]}"
+    quietly "$build/apt-update.log" as_root apt-get update
+    quietly "$build/apt-install.log" as_root env DEBIAN_FRONTEND=noninteractive \
+        apt-get install -y --no-install-recommends "${missing[@]}"
+}
+
+# build_host DIRECTORY [CMAKE-OPTION...]: configures and builds the host side there.
+build_host() {
+    local directory=$build/$1
+    shift
+    if [ ! -f "$directory/build.ninja" ]; then
+        say "building in ${directory#"$top"/}"
+    fi
+    quietly "$directory/configure.log" cmake -S "$top" -B "$directory" -G Ninja "$@"
+    quietly "$directory/build.log" cmake --build "$directory"
+}
