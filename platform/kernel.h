@@ -184,6 +184,8 @@ struct device_node *KERNEL_SERVICE(of_parse_phandle)(const struct device_node *n
     BOUND_TO(of_parse_phandle);
 struct device_node *KERNEL_SERVICE(of_node_get)(struct device_node *node) BOUND_TO(of_node_get);
 void KERNEL_SERVICE(of_node_put)(struct device_node *node) BOUND_TO(of_node_put);
+bool KERNEL_SERVICE(of_device_is_available)(const struct device_node *node)
+    BOUND_TO(of_device_is_available);
 bool KERNEL_SERVICE(of_node_name_eq)(const struct device_node *node, const char *name)
     BOUND_TO(of_node_name_eq);
 struct property *KERNEL_SERVICE(of_find_property)(const struct device_node *node, const char *name,

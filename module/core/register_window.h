@@ -34,6 +34,7 @@ class register_window {
         base_ = nullptr;
     }
 
+    u16 read16(u32 offset) const { return readw_relaxed(at(offset)); }
     u32 read32(u32 offset) const { return readl_relaxed(at(offset)); }
     u64 read64(u32 offset) const { return readq_relaxed(at(offset)); }
     void write32(u32 offset, u32 value) const { writel_relaxed(value, at(offset)); }
@@ -42,6 +43,10 @@ class register_window {
     // Read-modify-writes: first the bits of `clear` go, then those of `set` come.
     void update32(u32 offset, u32 clear, u32 set) const {
         write32(offset, (read32(offset) & ~clear) | set);
+    }
+    // Keeps the lower half only: the upper one is not read and falls to `set`.
+    void update_low16(u32 offset, u32 clear, u32 set) const {
+        write32(offset, (read16(offset) & ~clear) | set);
     }
     // The doubleword at `offset`: the register behind it is written back as read.
     void update64(u32 offset, u64 clear, u64 set) const {

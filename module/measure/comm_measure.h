@@ -13,7 +13,8 @@ inline constexpr u32 smi_monitor_port = 0x1b0;
 inline constexpr u32 smi_monitor_port_shift = 4;
 inline constexpr u32 smi_monitor_port_valid = 1u << 0;
 inline constexpr u32 smi_monitor_count = 0x1cc;
-inline constexpr u32 smi_counter_unit = 16;  // bytes
+inline constexpr u32 smi_monitor_max_period = 0x1dc;  // of the last run, SMI clock cycles
+inline constexpr u32 smi_counter_unit = 16;           // bytes
 
 enum smi_direction : u32 { SMI_READ = 0, SMI_WRITE = 1 };
 

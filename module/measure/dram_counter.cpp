@@ -10,8 +10,6 @@
 static constexpr u32 cpu_ports = 0x3u << emi_slot_port_shift;
 static constexpr u32 gpu_port = 0x80u << emi_slot_port_shift;
 
-static constexpr u32 cycles_per_ms_and_mhz = 1000;
-
 static void clear_monitor(const register_window &channel0) {
     static constexpr u32 cleared[] = {
         emi_monitor_control, emi_monitor_clear_440, emi_monitor_clear_468,
@@ -46,7 +44,7 @@ static void start(const measure_cfg &cfg, dram_traffic traffic) {
     enable_broadcast_mode(true);
     channel0.update64(emi_monitor_enable, 0, emi_monitor_enable_bit);
     clear_monitor(channel0);
-    channel0.write32(emi_monitor_length, cfg.time * emi_clock * cycles_per_ms_and_mhz);
+    channel0.write32(emi_monitor_length, emi_run_length(cfg.time));
     channel0.update64(emi_slot0_config, 0, emi_slot_enable);
     enable_slot_auxiliary(channel0);
     select_ports(channel0, traffic);

@@ -17,7 +17,9 @@ enum effi_type : u32 {
 // Number that stands for "no monitor".
 inline constexpr u32 effi_no_monitor = 99;
 
-// Priority counts are out of a span of 1024 requests.
+// Priority counts are out of a span of so many requests.
+inline constexpr s32 effi_span = 1024;
+
 struct effi_result {
     u64 cnt_ultra;
     u64 cnt_pultra;

@@ -18,23 +18,63 @@ inline constexpr u32 emi_monitor_clear_440 = 0x440;
 inline constexpr u32 emi_monitor_clear_468 = 0x468;
 inline constexpr u32 emi_monitor_clear_4b0 = 0x4b0;
 inline constexpr u32 emi_monitor_filter = 0x4e8;
+inline constexpr u32 emi_monitor_filter_on = 0x0200u << 16;
+inline constexpr u32 emi_monitor_ports = 0x4f8;
+inline constexpr u32 emi_monitor_ports_all = 0xffffffff;
+inline constexpr u32 emi_slot_counters[] = {0x428, 0x458, 0x460, 0x464, 0xf18, 0xf1c};
 inline constexpr u32 emi_counter_unit = 8;  // bytes
+inline constexpr u32 emi_cycles_per_ms_and_mhz = 1000;
 
-// Slot 0: what its counter counts.
+// Slots: what their counters count. Configuration and auxiliary registers follow one another.
+inline constexpr u32 emi_slots = 6;
 inline constexpr u32 emi_slot0_config = 0xf00;
 inline constexpr u32 emi_slot_enable = 0x7;
 inline constexpr u32 emi_slot_port_shift = 8;
+inline constexpr u32 emi_ports_max = 24;
 inline constexpr u32 emi_slot0_auxiliary = 0xf2c;
 inline constexpr u32 emi_slot_auxiliary_enable = 0xfu << 28;
 
 // Arbitration of a port.
 inline constexpr u32 emi_arbitration = 0x100;
 inline constexpr u32 emi_arbitration_stride = 8;
-inline constexpr u32 emi_bandwidth_limit_mask = 0x3f;
 
 // Ports 0 and 1 share one register.
 constexpr u32 emi_arbitration_of(u32 port) {
     return port == 1 ? emi_arbitration : emi_arbitration + port * emi_arbitration_stride;
+}
+
+constexpr u32 emi_bandwidth_limit_of(u32 arbitration) {
+    return arbitration & 0x3f;
+}
+constexpr u32 emi_read_timer_of(u32 arbitration) {
+    return (arbitration >> 16) & 0xff;
+}
+constexpr u32 emi_write_timer_of(u32 arbitration) {
+    return arbitration >> 24;
+}
+
+// Latency of a port: the sum over all requests, in EMI cycles, and their number.
+constexpr u32 emi_latency_sum_of(u32 port) {
+    return 0x500 + 8 * port;
+}
+constexpr u32 emi_latency_count_of(u32 port) {
+    return 0x540 + 8 * port;
+}
+
+// Outstanding limits: a low and a high nibble of each, in two registers. Ports 4 to 7 have a pair
+// of their own, all others share one.
+struct emi_outstanding_pair {
+    u32 low;
+    u32 high;
+};
+constexpr emi_outstanding_pair emi_outstanding_of(u32 port) {
+    return (port & ~3u) == 4 ? emi_outstanding_pair{0xd8, 0xdc} : emi_outstanding_pair{0xd0, 0xd4};
+}
+inline constexpr u32 emi_outstanding_read = 0;
+inline constexpr u32 emi_outstanding_write = 4;
+inline constexpr u32 emi_nibble = 0xf;
+constexpr u32 emi_outstanding_shift(u32 port, u32 direction) {
+    return 8 * (port & 3) + direction;
 }
 
 // Dispatch block.

@@ -52,6 +52,10 @@ void enable_broadcast_mode(bool on) {
     wmb();
 }
 
+u32 emi_run_length(u32 time) {
+    return time * emi_clock * emi_cycles_per_ms_and_mhz;
+}
+
 // The time is taken before the register, so that a wait that lost the processor in between does
 // not give up on a run that has ended.
 bool emi_wait_done(const register_window &channel, u32 time) {

@@ -16,6 +16,9 @@ void emi_release_base(measure_cfg &cfg);
 // whole chip. Without a dispatch block it only logs, and writes go on reaching channel 0 alone.
 void enable_broadcast_mode(bool on);
 
+// Length of a monitor run of `time` ms in EMI clock cycles; the product keeps 32 bits.
+u32 emi_run_length(u32 time);
+
 // Waits for the end of a monitor run of `time` ms, yielding the processor in between. False: not
 // done after twice the time and 100 ms, which has been logged.
 bool emi_wait_done(const register_window &channel, u32 time);

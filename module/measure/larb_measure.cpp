@@ -16,6 +16,13 @@ struct port_batch {
     u32 first;
 };
 
+void larb_monitor_count(const register_window &larb, u32 time) {
+    wmb();
+    larb.write32(larb_monitor_run, 1);
+    usleep_range(time * us_per_ms, time * us_per_ms);
+    larb.write32(larb_monitor_run, 0);
+}
+
 static void run_monitor(const register_window &larb, const port_batch &batch, u32 time) {
     u32 selection = 0;
 
@@ -25,10 +32,7 @@ static void run_monitor(const register_window &larb, const port_batch &batch, u3
     larb.write32(larb_monitor_clear, 1);
     larb.write32(larb_monitor_mode, larb_mode_four_ports);
     larb.write32(larb_monitor_ports, selection);
-    wmb();
-    larb.write32(larb_monitor_run, 1);
-    usleep_range(time * us_per_ms, time * us_per_ms);
-    larb.write32(larb_monitor_run, 0);
+    larb_monitor_count(larb, time);
 }
 
 static void measure_batch(const measure_cfg &cfg, const port_batch &batch, total_result &result) {

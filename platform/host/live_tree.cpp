@@ -137,6 +137,11 @@ bool live_tree::name_is(const device_node *node, const char *name) {
     return source && source->name == name;
 }
 
+bool live_tree::is_available(const device_node *node) {
+    const devicetree::node *source = usable(node, "of_device_is_available");
+    return source && source->available();
+}
+
 property *live_tree::find_property(const device_node *node, const char *name, int *length) {
     const devicetree::node *source = usable(node, "of_find_property");
     if (!source) {

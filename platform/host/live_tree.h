@@ -41,6 +41,7 @@ class live_tree {
     device_node *get(device_node *node);
     void put(device_node *node);
 
+    bool is_available(const device_node *node);
     bool name_is(const device_node *node, const char *name);
 
     // 0 or a count on success, negative error codes of the kernel otherwise.

@@ -34,6 +34,10 @@ void KERNEL_SERVICE(of_node_put)(struct device_node *node) {
     tree().put(node);
 }
 
+bool KERNEL_SERVICE(of_device_is_available)(const struct device_node *node) {
+    return tree().is_available(node);
+}
+
 bool KERNEL_SERVICE(of_node_name_eq)(const struct device_node *node, const char *name) {
     return tree().name_is(node, name);
 }

@@ -215,6 +215,10 @@ void ovk_kernel_of_node_put(struct device_node *node) {
     of_node_put(node);
 }
 
+bool ovk_kernel_of_device_is_available(const struct device_node *node) {
+    return of_device_is_available(node);
+}
+
 bool ovk_kernel_of_node_name_eq(const struct device_node *node, const char *name) {
     return of_node_name_eq(node, name);
 }

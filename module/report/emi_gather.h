@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// The EMI measurement that the EMI report and the bus report share.
+#pragma once
+
+#include "measure/arithmetic.h"
+#include "measure/emi_measure.h"
+#include "platform/kernel.h"
+
+// Bus bandwidth of a port in MB/s; 0 when its efficiency is not known.
+inline u64 emi_bus_bandwidth(const emi_result &result, u32 port) {
+    return bus_bandwidth(result.data_bw[port], result.effi[port]);
+}
+
+// Measures all ports for the EMI report's monitoring time. `results` becomes a record for each
+// channel and a last one for all together. Without monitors at the EMI ports every port counts at
+// 70 %. 0, -ENOMEM, -EINTR when killed while waiting for another measurement, or -1 when the
+// channels can't be had.
+ssize_t emi_gather(owned_array<emi_result> &results);
