@@ -155,6 +155,9 @@ int KERNEL_SERVICE(cond_resched)(void) BOUND_TO(cond_resched);
 void KERNEL_SERVICE(cpu_relax)(void) BOUND_TO(cpu_relax);
 int KERNEL_SERVICE(mutex_lock_killable)(struct mutex *lock) BOUND_TO(mutex_lock_killable);
 void KERNEL_SERVICE(mutex_unlock)(struct mutex *lock) BOUND_TO(mutex_unlock);
+/* fatal_signal_pending(current) */
+bool KERNEL_SERVICE(fatal_signal_pending_of_current)(void)
+    BOUND_TO(fatal_signal_pending_of_current);
 
 /* Register windows. The _relaxed accessors order against the device, not against memory. */
 void __iomem *KERNEL_SERVICE(of_iomap)(struct device_node *node, int index) BOUND_TO(of_iomap);

@@ -4,11 +4,9 @@
 #include "core/device_node.h"
 #include "core/memory.h"
 
-// A bank of the register bus lies at its bus address times 512 behind the start of the bus. The
-// last register in use is the not-done flag.
+// A bank of the register bus lies at its bus address times 512 behind the start of the bus.
 static constexpr u32 riu_start = 0x1C000000;
 static constexpr u32 riu_bank_shift = 9;
-static constexpr u32 fifo_not_done_flag = 0x1c8;
 static constexpr size_t bank_bytes = fifo_not_done_flag + sizeof(u32);
 
 u32 fifo_cnt;

@@ -94,7 +94,7 @@ ssize_t emi_setting_show(device_driver *, char *buf) {
     u32 len = 0;
 
     for (u32 p = 0; channel0 && p < emi_port_cnt; p++) {
-        const unsigned long limit = emi_bandwidth_limit_of(channel0.read32(emi_arbitration_of(p)));
+        const unsigned long limit = emi_bandwidth_limit.of(channel0.read32(emi_arbitration_of(p)));
         putbuf(buf, &len, "-->EMI-Port(%d) bw_limit: 0x%lx " END_OF_LINE, static_cast<int>(p),
                limit);
     }

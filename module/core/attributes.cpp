@@ -15,30 +15,30 @@ static constexpr umode_t group_write = 0020;
                                                        .store = store_handler, \
                                                        .kernel_record = {}}
 
-ATTRIBUTE(debug_log_on, read_write, nullptr, nullptr);
-ATTRIBUTE(reg_op, read_write, nullptr, nullptr);
-ATTRIBUTE(fake_engine, read_write, nullptr, nullptr);
-ATTRIBUTE(fake_eng_loop, write_only, nullptr, nullptr);
+ATTRIBUTE(debug_log_on, read_write, debug_log_on_show, debug_log_on_store);
+ATTRIBUTE(reg_op, read_write, reg_op_show, reg_op_store);
+ATTRIBUTE(fake_engine, read_write, fake_engine_show, fake_engine_store);
+ATTRIBUTE(fake_eng_loop, write_only, nullptr, fake_eng_loop_store);
 ATTRIBUTE(bw_total, read_write, bw_total_show, bw_total_store);
 ATTRIBUTE(bw_larb, read_write, bw_larb_show, bw_larb_store);
 ATTRIBUTE(bw_scomm, read_write, bw_scomm_show, bw_scomm_store);
 ATTRIBUTE(bw_emi, read_write, bw_emi_show, bw_emi_store);
 ATTRIBUTE(bw_bus, read_only, bw_bus_show, nullptr);
 ATTRIBUTE(bw_emi_detail, write_only, nullptr, bw_emi_detail_store);
-ATTRIBUTE(bw_emi_lmt, read_write, nullptr, nullptr);
-ATTRIBUTE(bw_emi_timer, read_write, nullptr, nullptr);
-ATTRIBUTE(bw_emi_ostd, read_write, nullptr, nullptr);
+ATTRIBUTE(bw_emi_lmt, read_write, bw_emi_lmt_show, bw_emi_lmt_store);
+ATTRIBUTE(bw_emi_timer, read_write, bw_emi_timer_show, bw_emi_timer_store);
+ATTRIBUTE(bw_emi_ostd, read_write, bw_emi_ostd_show, bw_emi_ostd_store);
 ATTRIBUTE(ip_config, read_only, ip_config_show, nullptr);
 ATTRIBUTE(larb_module_list, read_only, larb_module_list_show, nullptr);
 ATTRIBUTE(simple_mon, write_only, nullptr, simple_mon_store);
-ATTRIBUTE(larb_config, write_only, nullptr, nullptr);
-ATTRIBUTE(cpupri_slot, read_only, nullptr, nullptr);
-ATTRIBUTE(cpupri, read_write, nullptr, nullptr);
-ATTRIBUTE(mask, write_only, nullptr, nullptr);
+ATTRIBUTE(larb_config, write_only, nullptr, larb_config_store);
+ATTRIBUTE(cpupri_slot, read_only, cpupri_slot_show, nullptr);
+ATTRIBUTE(cpupri, read_write, cpupri_show, cpupri_store);
+ATTRIBUTE(mask, write_only, nullptr, mask_store);
 ATTRIBUTE(emi_setting, read_only, emi_setting_show, nullptr);
-ATTRIBUTE(larb_ostdl, read_write, nullptr, nullptr);
-ATTRIBUTE(fifo_status, read_write, nullptr, nullptr);
-ATTRIBUTE(fifo_status_clear, write_only, nullptr, nullptr);
+ATTRIBUTE(larb_ostdl, read_write, larb_ostdl_show, larb_ostdl_store);
+ATTRIBUTE(fifo_status, read_write, fifo_status_show, fifo_status_store);
+ATTRIBUTE(fifo_status_clear, write_only, nullptr, fifo_status_clear_store);
 
 // Attributes are created in groups, each with a failure message of its own.
 struct attribute_group {

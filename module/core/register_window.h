@@ -5,13 +5,45 @@
 #include "core/device_node.h"
 #include "platform/kernel.h"
 
-// Registers of one block, unmapped at the end of their life. Offsets are bytes from the start of
-// the block. An empty window must not be accessed.
-class register_window {
+// Registers of one block. Offsets are bytes from its start.
+class register_view {
+  public:
+    register_view() = default;
+    explicit register_view(void __iomem *mapped) : base_(mapped) {}
+
+    u16 read16(u32 offset) const { return readw_relaxed(at(offset)); }
+    u32 read32(u32 offset) const { return readl_relaxed(at(offset)); }
+    u64 read64(u32 offset) const { return readq_relaxed(at(offset)); }
+    void write32(u32 offset, u32 value) const { writel_relaxed(value, at(offset)); }
+    void write64(u32 offset, u64 value) const { writeq_relaxed(value, at(offset)); }
+
+    // Read-modify-writes: first the bits of `clear` go, then those of `set` come.
+    void update32(u32 offset, u32 clear, u32 set) const {
+        write32(offset, (read32(offset) & ~clear) | set);
+    }
+    // Keeps the lower half only: the upper one is not read and falls to `set`.
+    void update_low16(u32 offset, u32 clear, u32 set) const {
+        write32(offset, (read16(offset) & ~clear) | set);
+    }
+    // The doubleword at `offset`: the register behind it is written back as read.
+    void update64(u32 offset, u64 clear, u64 set) const {
+        write64(offset, (read64(offset) & ~clear) | set);
+    }
+
+  protected:
+    void __iomem *base_ = nullptr;
+
+  private:
+    char __iomem *at(u32 offset) const { return static_cast<char __iomem *>(base_) + offset; }
+};
+
+// Registers that are unmapped at the end of the window's life. An empty window must not be
+// accessed.
+class register_window : public register_view {
   public:
     register_window() = default;
-    explicit register_window(void __iomem *mapped) : base_(mapped) {}
-    register_window(register_window &&other) noexcept : base_(other.base_) {
+    explicit register_window(void __iomem *mapped) : register_view(mapped) {}
+    register_window(register_window &&other) noexcept : register_view(other.base_) {
         other.base_ = nullptr;
     }
     register_window(const register_window &) = delete;
@@ -33,30 +65,6 @@ class register_window {
         }
         base_ = nullptr;
     }
-
-    u16 read16(u32 offset) const { return readw_relaxed(at(offset)); }
-    u32 read32(u32 offset) const { return readl_relaxed(at(offset)); }
-    u64 read64(u32 offset) const { return readq_relaxed(at(offset)); }
-    void write32(u32 offset, u32 value) const { writel_relaxed(value, at(offset)); }
-    void write64(u32 offset, u64 value) const { writeq_relaxed(value, at(offset)); }
-
-    // Read-modify-writes: first the bits of `clear` go, then those of `set` come.
-    void update32(u32 offset, u32 clear, u32 set) const {
-        write32(offset, (read32(offset) & ~clear) | set);
-    }
-    // Keeps the lower half only: the upper one is not read and falls to `set`.
-    void update_low16(u32 offset, u32 clear, u32 set) const {
-        write32(offset, (read16(offset) & ~clear) | set);
-    }
-    // The doubleword at `offset`: the register behind it is written back as read.
-    void update64(u32 offset, u64 clear, u64 set) const {
-        write64(offset, (read64(offset) & ~clear) | set);
-    }
-
-  private:
-    char __iomem *at(u32 offset) const { return static_cast<char __iomem *>(base_) + offset; }
-
-    void __iomem *base_ = nullptr;
 };
 
 // A kind of register block of which the chip has several, numbered in their node names.

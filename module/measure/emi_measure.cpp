@@ -192,20 +192,20 @@ static void read_latency(const measure_cfg &cfg, u32 port, owned_array<emi_resul
     results[emi_cnt].latency[port] = sum / emi_cnt;
 }
 
-static u32 read_outstanding(const register_window &window, u32 port, u32 direction) {
+static u32 read_outstanding(const register_window &window, u32 port, emi_direction direction) {
     const emi_outstanding_pair pair = emi_outstanding_of(port);
-    const u32 shift = emi_outstanding_shift(port, direction);
-    const u32 low = (window.read32(pair.low) >> shift) & emi_nibble;
-    const u32 high = (window.read32(pair.high) >> shift) & emi_nibble;
+    const register_field nibble = emi_outstanding_nibble(port, direction);
+    const u32 low = nibble.of(window.read32(pair.low));
+    const u32 high = nibble.of(window.read32(pair.high));
 
-    return low | (high << 4);
+    return low | (high << emi_outstanding_high_shift);
 }
 
 static void read_settings(const measure_cfg &cfg, u32 port, owned_array<emi_result> &results) {
     for (u32 channel = 0; channel < emi_cnt; channel++) {
         const register_window &window = cfg.base[channel];
-        results[channel].rd_ostd[port] = read_outstanding(window, port, emi_outstanding_read);
-        results[channel].wr_ostd[port] = read_outstanding(window, port, emi_outstanding_write);
+        results[channel].rd_ostd[port] = read_outstanding(window, port, EMI_READ);
+        results[channel].wr_ostd[port] = read_outstanding(window, port, EMI_WRITE);
     }
 }
 

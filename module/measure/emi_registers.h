@@ -43,15 +43,18 @@ constexpr u32 emi_arbitration_of(u32 port) {
     return port == 1 ? emi_arbitration : emi_arbitration + port * emi_arbitration_stride;
 }
 
-constexpr u32 emi_bandwidth_limit_of(u32 arbitration) {
-    return arbitration & 0x3f;
-}
-constexpr u32 emi_read_timer_of(u32 arbitration) {
-    return (arbitration >> 16) & 0xff;
-}
-constexpr u32 emi_write_timer_of(u32 arbitration) {
-    return arbitration >> 24;
-}
+// A field of a register: `mask` before the shift.
+struct register_field {
+    u32 shift;
+    u32 mask;
+
+    constexpr u32 of(u32 value) const { return (value >> shift) & mask; }
+    constexpr u32 put(u32 field) const { return (field & mask) << shift; }
+    constexpr u32 bits() const { return mask << shift; }
+};
+inline constexpr register_field emi_bandwidth_limit{0, 0x3f};
+inline constexpr register_field emi_read_timer{16, 0xff};
+inline constexpr register_field emi_write_timer{24, 0xff};
 
 // Latency of a port: the sum over all requests, in EMI cycles, and their number.
 constexpr u32 emi_latency_sum_of(u32 port) {
@@ -70,12 +73,11 @@ struct emi_outstanding_pair {
 constexpr emi_outstanding_pair emi_outstanding_of(u32 port) {
     return (port & ~3u) == 4 ? emi_outstanding_pair{0xd8, 0xdc} : emi_outstanding_pair{0xd0, 0xd4};
 }
-inline constexpr u32 emi_outstanding_read = 0;
-inline constexpr u32 emi_outstanding_write = 4;
-inline constexpr u32 emi_nibble = 0xf;
-constexpr u32 emi_outstanding_shift(u32 port, u32 direction) {
-    return 8 * (port & 3) + direction;
+enum emi_direction : u32 { EMI_READ = 0, EMI_WRITE = 1 };
+constexpr register_field emi_outstanding_nibble(u32 port, emi_direction direction) {
+    return {8 * (port & 3) + (direction == EMI_READ ? 0u : 4u), 0xf};
 }
+inline constexpr u32 emi_outstanding_high_shift = 4;
 
 // Dispatch block.
 inline constexpr u32 emi_dispatch_enable = 0x100;

@@ -60,9 +60,9 @@ static void render_settings(char *buf, u32 *len, const emi_result &result, u32 p
     const u32 arbitration = result.arb[port];
 
     putbuf(buf, len, "%5d", static_cast<int>(port));
-    putbuf(buf, len, "%7X", emi_bandwidth_limit_of(arbitration));
-    putbuf(buf, len, "%7X", emi_read_timer_of(arbitration));
-    putbuf(buf, len, "%7X", emi_write_timer_of(arbitration));
+    putbuf(buf, len, "%7X", emi_bandwidth_limit.of(arbitration));
+    putbuf(buf, len, "%7X", emi_read_timer.of(arbitration));
+    putbuf(buf, len, "%7X", emi_write_timer.of(arbitration));
     putbuf(buf, len, "%7X", result.rd_ostd[port]);
     putbuf(buf, len, "%7X", result.wr_ostd[port]);
 }

@@ -156,6 +156,7 @@ long machine::write(std::string_view attribute, std::string_view text) {
 }
 
 void machine::kill_waiters() {
+    state_->files.kill_handlers();
     ovk_measurement_mutex.kill_waiters();
 }
 

@@ -73,8 +73,8 @@ class machine {
     read_result read(std::string_view attribute);
     long write(std::string_view attribute, std::string_view text);  // bytes written or error
 
-    // A fatal signal for the process that waits in `read` or `write` on the measurement lock (every
-    // waiter gets it); each returns with what the handler makes of it.
+    // A fatal signal for every process that is in `read` or `write` now. A wait for the measurement
+    // lock ends with it; each returns with what the handler makes of it.
     void kill_waiters();
 
     // System power transition of every bound device.

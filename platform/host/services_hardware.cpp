@@ -34,6 +34,10 @@ void KERNEL_SERVICE(mutex_unlock)(struct mutex *lock) {
     lock->unlock(host::current_machine().oopses);
 }
 
+bool KERNEL_SERVICE(fatal_signal_pending_of_current)(void) {
+    return host::current_machine().files.killed();
+}
+
 void *KERNEL_SERVICE(of_iomap)(struct device_node *node, int index) {
     host::machine::state &machine = host::current_machine();
     const devicetree::node *source = machine.tree.usable(node, "of_iomap");

@@ -124,7 +124,15 @@ void sysfs::check_lock(const file &target) {
     }
 }
 
+// Kills up to the start of the handler that this thread runs.
+static thread_local std::uint64_t kills_before;
+
+bool sysfs::killed() const {
+    return kills_ != kills_before;
+}
+
 long sysfs::show(file &target, char *page) {
+    kills_before = kills_;
     handler_call call(*this, target);
     if (!call.admitted()) {
         return -ENODEV;
@@ -161,6 +169,7 @@ machine::read_result sysfs::read(std::string_view driver, std::string_view name)
 }
 
 long sysfs::store_piece(file &target, std::string_view piece) {
+    kills_before = kills_;
     handler_call call(*this, target);
     if (!call.admitted()) {
         return -ENODEV;

@@ -2,7 +2,9 @@
 // The attributes of the drivers' directories, and the processes that open, read and write them.
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -33,6 +35,10 @@ class sysfs {
     machine::read_result read(std::string_view driver, std::string_view name);
     long write(std::string_view driver, std::string_view name, std::string_view text);
 
+    // A fatal signal for every process that is in a handler now.
+    void kill_handlers() { kills_++; }
+    bool killed() const;  // the process that asks, since its handler began
+
   private:
     struct file {
         std::string name;
@@ -51,6 +57,7 @@ class sysfs {
     long checked_count(const file &target, long count, std::size_t offered);
     void check_lock(const file &target);
 
+    std::atomic<std::uint64_t> kills_ = 0;
     fault_plan &faults_;
     oops_log &oopses_;
     mutex &measurement_lock_;

@@ -20,6 +20,7 @@
 #include <linux/platform_device.h>
 #include <linux/pm.h>
 #include <linux/sched.h>
+#include <linux/sched/signal.h>
 #include <linux/slab.h>
 #include <linux/string.h>
 #include <linux/sysfs.h>
@@ -143,6 +144,10 @@ int ovk_kernel_mutex_lock_killable(struct mutex *lock) {
 
 void ovk_kernel_mutex_unlock(struct mutex *lock) {
     mutex_unlock(lock);
+}
+
+bool ovk_kernel_fatal_signal_pending_of_current(void) {
+    return fatal_signal_pending(current);
 }
 
 /* Register windows. */

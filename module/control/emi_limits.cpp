@@ -1,0 +1,153 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// Attributes bw_emi_lmt, bw_emi_timer and bw_emi_ostd: arbitration settings of an EMI port, on one
+// channel or on all.
+#include "core/config.h"
+#include "core/handlers.h"
+#include "core/memory.h"
+#include "core/report_buffer.h"
+#include "core/shared.h"
+#include "measure/emi_registers.h"
+#include "measure/emi_window.h"
+
+// The numbers of one line, compared as unsigned: negative ones are out of range.
+struct emi_request {
+    u32 channel;  // emi_cnt stands for all channels
+    u32 port;
+    u32 direction;
+    u32 value;
+};
+
+using emi_update = void (*)(const register_window &channel, const emi_request &request);
+
+static void set_limit(const register_window &channel, const emi_request &request) {
+    channel.update32(emi_arbitration_of(request.port), emi_bandwidth_limit.bits(),
+                     emi_bandwidth_limit.put(request.value));
+    wmb();
+}
+
+static void set_timer(const register_window &channel, const emi_request &request) {
+    if (request.direction > EMI_WRITE) {
+        return;
+    }
+    const register_field timer = request.direction == EMI_READ ? emi_read_timer : emi_write_timer;
+    channel.update32(emi_arbitration_of(request.port), timer.bits(), timer.put(request.value));
+    wmb();
+}
+
+static void set_outstanding(const register_window &channel, const emi_request &request) {
+    const emi_outstanding_pair pair = emi_outstanding_of(request.port);
+    const register_field nibble =
+        emi_outstanding_nibble(request.port, request.direction == EMI_READ ? EMI_READ : EMI_WRITE);
+    const u32 high = channel.read32(pair.high) & ~nibble.bits();
+    const u32 low = channel.read32(pair.low) & ~nibble.bits();
+
+    channel.write32(pair.high, high | nibble.put(request.value >> emi_outstanding_high_shift));
+    channel.write32(pair.low, low | nibble.put(request.value));
+    wmb();
+}
+
+// False: the channels can't be had.
+static bool apply(measure_cfg &cfg, const emi_request &request, emi_update update) {
+    const bool all = request.channel == emi_cnt;
+
+    if (emi_set_base(cfg) < 0 || emi_cnt == 0) {
+        return false;
+    }
+    enable_broadcast_mode(all);
+    update(cfg.base[all ? 0 : request.channel], request);
+    enable_broadcast_mode(false);
+    return true;
+}
+
+// Returns 0, or -EINTR when killed while a measurement held the channels.
+static int store(const emi_request &request, emi_update update) {
+    owned<measure_cfg> cfg;
+
+    if (!cfg.allocate()) {
+        return 0;
+    }
+    if (request.port >= emi_port_cnt || request.channel > emi_cnt) {
+        printk(KERN_INFO "Wrong Argument!!\n");
+        return 0;
+    }
+    const measurement_lock lock;
+    if (lock.error() != 0) {
+        return lock.error();
+    }
+    if (!apply(*cfg, request, update)) {
+        printk(KERN_INFO "Something Wrong!!\n");
+    }
+    return 0;
+}
+
+static ssize_t store_directed(const char *buf, size_t count, emi_update update) {
+    s32 channel;
+    s32 port;
+    s32 direction;
+    u32 value;
+
+    if (sscanf(buf, "%d %d %d %x", &channel, &port, &direction, &value) != 4) {
+        return static_cast<ssize_t>(count);
+    }
+    const int error = store(
+        {static_cast<u32>(channel), static_cast<u32>(port), static_cast<u32>(direction), value},
+        update);
+    return error != 0 ? error : static_cast<ssize_t>(count);
+}
+
+extern "C" {
+
+ssize_t bw_emi_lmt_show(device_driver *, char *buf) {
+    u32 len = 0;
+
+    putbuf(buf, &len, "echo [EMI] [PORT] [BW LMT] > bw_emi_lmt\n");
+    putbuf(buf, &len, "[EMI] : Set which EMI.\n");
+    putbuf(buf, &len, "[PORT] : Set which port\n");
+    putbuf(buf, &len, "[BW LMT] : Set bandwidth limitation value (HEX)\n");
+    return len;
+}
+
+ssize_t bw_emi_timer_show(device_driver *, char *buf) {
+    u32 len = 0;
+
+    putbuf(buf, &len, "echo [EMI] [PORT] [R/W] [TIMER] > bw_emi_timer\n");
+    putbuf(buf, &len, "[EMI] : Set which EMI.\n");
+    putbuf(buf, &len, "[PORT] : Set which port\n");
+    putbuf(buf, &len, "[R/W] : 0:Read; 1:Write\n");
+    putbuf(buf, &len, "[TIMER] : Set count down timer (HEX)\n");
+    return len;
+}
+
+ssize_t bw_emi_ostd_show(device_driver *, char *buf) {
+    u32 len = 0;
+
+    putbuf(buf, &len, "echo [EMI] [PORT] [R/W] [OSTD] > bw_emi_ostd\n");
+    putbuf(buf, &len, "[EMI] : Set which EMI.\n");
+    putbuf(buf, &len, "[PORT] : Set which port\n");
+    putbuf(buf, &len, "[R/W] : 0:Read; 1:Write\n");
+    putbuf(buf, &len, "[OSTD] : Set out standing limit value (HEX)\n");
+    return len;
+}
+
+ssize_t bw_emi_lmt_store(device_driver *, const char *buf, size_t count) {
+    s32 channel;
+    s32 port;
+    u32 limit;
+
+    if (sscanf(buf, "%d %d %x", &channel, &port, &limit) != 3) {
+        return static_cast<ssize_t>(count);
+    }
+    const int error =
+        store({static_cast<u32>(channel), static_cast<u32>(port), EMI_READ, limit}, set_limit);
+    return error != 0 ? error : static_cast<ssize_t>(count);
+}
+
+ssize_t bw_emi_timer_store(device_driver *, const char *buf, size_t count) {
+    return store_directed(buf, count, set_timer);
+}
+
+ssize_t bw_emi_ostd_store(device_driver *, const char *buf, size_t count) {
+    return store_directed(buf, count, set_outstanding);
+}
+
+}  // extern "C"

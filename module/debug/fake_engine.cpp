@@ -1,0 +1,241 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// Attributes fake_engine and fake_eng_loop: the traffic generators of the MIU2GMC blocks.
+#include "core/handlers.h"
+#include "core/module_list.h"
+#include "core/register_window.h"
+#include "core/report_buffer.h"
+#include "core/shared.h"
+#include "debug/debug_log.h"
+
+static constexpr u32 engine_control = 0x00;
+static constexpr u32 engine_control_idle = 0;
+static constexpr u32 engine_status_error = 1u << 13;
+static constexpr u32 engine_status_done = 1u << 15;
+static constexpr u32 engine_start_low = 0x04;  // start address and length, 16 bits a register
+static constexpr u32 engine_start_high = 0x08;
+static constexpr u32 engine_length_low = 0x0c;  // units of 16 bytes
+static constexpr u32 engine_length_high = 0x10;
+static constexpr u32 engine_length_shift = 4;
+static constexpr u32 engine_pattern = 0x14;
+static constexpr u32 engine_reset = 0x18;
+static constexpr u32 engine_loop_gen1 = 0x1c;
+static constexpr u32 engine_loop_gen2 = 0x20;
+static constexpr u32 engine_loop_bit = 1u << 4;
+static constexpr u32 half_shift = 16;
+static constexpr u64 half_mask = 0xffff;
+static constexpr u32 address_bits = 64;
+
+// Two writes start a test.
+struct engine_command {
+    u32 first;
+    u32 second;
+};
+static constexpr engine_command engine_commands[] = {
+    {0x108, 0x109},  // read
+    {0x208, 0x209},  // write
+    {0x008, 0x009},  // read and write
+};
+static constexpr u32 engine_types = sizeof(engine_commands) / sizeof(engine_commands[0]);
+
+static constexpr u64 size_max = u64{1} << 32;
+
+static constexpr unsigned long poll_min_us = 499;
+static constexpr unsigned long poll_max_us = 501;
+static constexpr u32 test_polls = 20'000;  // ten seconds
+static constexpr u32 loop_polls = 101;
+
+// Results of a test.
+static constexpr u32 result_none = 0;
+static constexpr u32 result_pass = 1;
+static constexpr u32 result_fail = 2;
+static constexpr u32 result_no_device = ~0u;
+
+static constexpr const char *engine_prefix = "miu2gmc";
+
+struct engine_test {
+    u64 start;  // bytes
+    u64 size;
+    u16 pattern;
+    u32 type;
+    u32 id;
+};
+
+static register_window map_engine(u32 id, const char *missing) {
+    const node_ref node = find_numbered_node(engine_prefix, id);
+    register_window window = node ? map_node(node.get()) : register_window();
+
+    if (!window) {
+        printk(KERN_ERR "[OVK_BW]%s[%d] device base!!\n", missing, static_cast<int>(id));
+    }
+    return window;
+}
+
+static void program(const register_window &engine, const engine_test &test) {
+    const u64 length = test.size >> engine_length_shift;
+    const u64 start = fake_eng_st_align < address_bits ? test.start >> fake_eng_st_align : 0;
+
+    engine.write32(engine_control, engine_control_idle);
+    engine.write32(engine_reset, 0);
+    engine.write32(engine_length_low, static_cast<u32>(length & half_mask));
+    engine.write32(engine_length_high, static_cast<u32>((length >> half_shift) & half_mask));
+    engine.write32(engine_pattern, test.pattern);
+    engine.write32(engine_start_low, static_cast<u32>(start & half_mask));
+    engine.write32(engine_start_high, static_cast<u32>((start >> half_shift) & half_mask));
+}
+
+static void start_pass(const register_window &engine, u32 type) {
+    engine.write32(engine_control, engine_commands[type].first);
+    engine.write32(engine_control, engine_commands[type].second);
+}
+
+// Waits for the end of a pass. False: it never came, which has been logged.
+static bool wait_for_pass(const register_window &engine, u32 id, u32 &status) {
+    for (u32 left = test_polls; left > 0; left--) {
+        usleep_range(poll_min_us, poll_max_us);
+        status = engine.read32(engine_control);
+        if ((status & engine_status_done) != 0) {
+            return true;
+        }
+    }
+    printk(KERN_ERR "[OVK_BW]MIU2GMC_DRV [%d] time out\n", static_cast<int>(id));
+    return false;
+}
+
+// Repeats the test while the engine's loop flag is set, until it fails to end or the process has
+// to.
+static u32 run_passes(const register_window &engine, const engine_test &test,
+                      const u32 &loop_flag) {
+    u32 status = 0;
+    bool ended = true;
+
+    do {
+        start_pass(engine, test.type);
+        if (fake_eng_loop_mode == 1 && READ_ONCE(loop_flag) != 0) {
+            return result_pass;
+        }
+        ended = wait_for_pass(engine, test.id, status);
+        engine.write32(engine_control, engine_control_idle);
+    } while (ended && READ_ONCE(loop_flag) != 0 && !fatal_signal_pending_of_current());
+    return ended && (status & engine_status_error) == 0 ? result_pass : result_fail;
+}
+
+static u32 fake_engine_test(const engine_test &test, const u32 &loop_flag) {
+    const register_window engine = map_engine(test.id, "Can't find MIU2GMC_DRV ");
+
+    if (!engine) {
+        return result_no_device;
+    }
+    if (READ_ONCE(debug_on) != 0) {
+        printk(KERN_ALERT "[OVK-BW] start address alignment[%u]\n", fake_eng_st_align);
+    }
+    program(engine, test);
+    return run_passes(engine, test, loop_flag);
+}
+
+// False: no engine has that id.
+static bool find_engine(u32 id, u32 &entry) {
+    for (u32 i = 0; fake_eng_list && i < fake_eng_num; i++) {
+        if (fake_eng_list[i] == id) {
+            entry = i;
+            return true;
+        }
+    }
+    return false;
+}
+
+static bool is_allowed(const engine_test &test) {
+    if (test.size > size_max) {
+        printk(KERN_ERR "[OVK_BW]Wrong size > 4GB\n");
+        return false;
+    }
+    if (test.type >= engine_types) {
+        printk(KERN_ERR "[OVK_BW]Wrong type, 0:Read 1:Write 2:R/W\n");
+        return false;
+    }
+    return true;
+}
+
+// Hardware loop: the loop bit decides whether the engine goes on after a pass, so switching it
+// waits for the pass that runs.
+static void switch_hardware_loop(u32 id, bool on) {
+    const register_window engine = map_engine(id, " Can't find MIU2GMC_DRV");
+
+    if (!engine) {
+        return;
+    }
+    if (READ_ONCE(debug_on) != 0) {
+        printk(KERN_ALERT "[OVK-BW] loop_mode_gen%u\n", loop_mode_gen1 != 0 ? 1u : 2u);
+    }
+    engine.update32(loop_mode_gen1 != 0 ? engine_loop_gen1 : engine_loop_gen2, engine_loop_bit,
+                    on ? engine_loop_bit : 0);
+    for (u32 left = loop_polls; left > 0; left--) {
+        if ((engine.read32(engine_control) & engine_status_done) != 0) {
+            break;
+        }
+        usleep_range(poll_min_us, poll_max_us);
+    }
+    engine.write32(engine_control, engine_control_idle);
+}
+
+static const char *result_text(u32 result) {
+    switch (result) {
+        case result_none:
+            return "NO RESULT\n";
+        case result_pass:
+            return "\033[32mPASS" ESC_RESET "\n";
+        case result_fail:
+            return "\033[31mFAIL" ESC_RESET "\n";
+        default:
+            return "NO DEVICE\n";
+    }
+}
+
+extern "C" {
+
+ssize_t fake_engine_show(device_driver *, char *buf) {
+    u32 len = 0;
+
+    for (u32 i = 0; fake_eng_list && i < fake_eng_num; i++) {
+        putbuf(buf, &len, "Fake engine %d: ", static_cast<int>(fake_eng_list[i]));
+        putbuf(buf, &len, "%s", result_text(READ_ONCE(fake_eng_result[i])));
+    }
+    return len;
+}
+
+ssize_t fake_engine_store(device_driver *, const char *buf, size_t count) {
+    engine_test test{};
+    u32 entry;
+
+    if (sscanf(buf, "%u %llx %llx %u %hx", &test.id, &test.start, &test.size, &test.type,
+               &test.pattern) != 5) {
+        printk(KERN_ERR "[OVK_BW]Wrong Argument!!\n");
+        return static_cast<ssize_t>(count);
+    }
+    printk(KERN_INFO "id = %u, start = %llx, size = %llx, type = %u, pattern = %hx\n", test.id,
+           test.start, test.size, test.type, test.pattern);
+    if (is_allowed(test) && find_engine(test.id, entry)) {
+        const u32 result = fake_engine_test(test, fake_eng_loop[entry]);
+        WRITE_ONCE(fake_eng_result[entry], result);
+    }
+    return static_cast<ssize_t>(count);
+}
+
+ssize_t fake_eng_loop_store(device_driver *, const char *buf, size_t count) {
+    u32 id;
+    u32 on;
+    u32 entry;
+
+    if (sscanf(buf, "%u %u", &id, &on) != 2 || !find_engine(id, entry)) {
+        printk(KERN_ERR "[OVK_BW]Wrong Argument!!\n");
+        return static_cast<ssize_t>(count);
+    }
+    WRITE_ONCE(fake_eng_loop[entry], on);
+    printk(KERN_INFO "[OVK_BW]fake engine %d loop %s\n", static_cast<int>(id),
+           on != 0 ? "on" : "off");
+    if (fake_eng_loop_mode == 1) {
+        switch_hardware_loop(id, on != 0);
+    }
+    return static_cast<ssize_t>(count);
+}
+
+}  // extern "C"
