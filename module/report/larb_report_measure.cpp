@@ -131,7 +131,7 @@ static void read_settings(const larb_run &run) {
 void larb_report_measure(const bw_module &module, u32 time, larb_stats &stats) {
     for (u32 j = 0; j < module.larb_cnt; j++) {
         stats[j]->larb_idx = j;
-        if (module.larb_ports[j].port_cnt == 0) {
+        if (!is_stored(module.larb_ports[j])) {
             continue;
         }
         const register_window window = map_block(larb_block, module.larb_ids[j]);
