@@ -40,6 +40,7 @@ struct mask_request {
     int port;
     bool enable;
     int result;
+    bool operator==(const mask_request &) const = default;
 };
 
 struct attribute_info {
