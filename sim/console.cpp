@@ -106,9 +106,9 @@ const std::vector<console::command> &console::commands() {
         {"hang", "NODE", "the monitor of that node never reports done any more", 1, 1,
          &console::hang},
         {"scenario", "NAME|FILE", "new traffic from now on", 1, 1, &console::scenario},
-        {"fail", "alloc N | map NODE | node NODE | attr ATTR | clear",
+        {"fail", "alloc N | map NODE | node NODE | attr ATTR | mask | clear",
          "let the N-th allocation from now fail, or a named mapping, look-up or attribute "
-         "creation until fail clear",
+         "creation or every mask request until fail clear",
          1, 2, &console::fail},
         {"clock", "", "print the virtual microseconds since power-on", 0, 0, &console::clock},
         {"suspend", "", "put the system to sleep", 0, 0, &console::suspend},
@@ -294,6 +294,8 @@ void console::fail(const words &arguments) {
 
     if (kind == "clear" && arguments.size() == 1) {
         machine.clear_faults();
+    } else if (kind == "mask" && arguments.size() == 1) {
+        machine.fail_named(host::fault_kind::mask, {});
     } else if (kind == "alloc" && arguments.size() == 2) {
         machine.fail_nth(host::fault_kind::allocation, parse_count(arguments[1]));
     } else if (kind == "map" && arguments.size() == 2) {
@@ -304,7 +306,8 @@ void console::fail(const words &arguments) {
         machine.fail_named(host::fault_kind::attribute, arguments[1]);
     } else {
         throw usage_error(
-            "fail alloc N, fail map NODE, fail node NODE, fail attr ATTR or fail clear expected");
+            "fail alloc N, fail map NODE, fail node NODE, fail attr ATTR, fail mask or fail clear "
+            "expected");
     }
 }
 

@@ -9,10 +9,13 @@
 #include <utility>
 
 #include "soc/blocks/block.h"
+#include "soc/blocks/cpu_priority.h"
 #include "soc/blocks/efficiency_monitor.h"
 #include "soc/blocks/emi_channel.h"
 #include "soc/blocks/emi_dispatcher.h"
+#include "soc/blocks/fifo_bank.h"
 #include "soc/blocks/larb.h"
+#include "soc/blocks/miu2gmc.h"
 #include "soc/blocks/smi_common.h"
 #include "soc/traffic.h"
 
@@ -55,12 +58,22 @@ struct chip::state {
                 windows.emplace(node->name, node->reg[0]);
                 add_block(*node);
             }
+            if (const auto bank = fifo_bank_window(*node)) {
+                windows.emplace(node->name, *bank);
+                add_fifo(tree, *node, *bank);
+            }
         }
     }
 
     void add_block(const devicetree::node &node);
+    void add_fifo(const devicetree::flat_tree &tree, const devicetree::node &node,
+                  const devicetree::range &bank);
     template <typename kind, typename... arguments>
     kind *make(const devicetree::node &node, arguments &&...rest);
+
+    void advance(nanoseconds to);
+    void show_at_fifos();
+    std::optional<nanoseconds> next_event() const;
 
     block *at(std::uint64_t address) const;
     void check(const block &accessed, std::uint64_t address, unsigned width, block::operation what);
@@ -71,7 +84,11 @@ struct chip::state {
     traffic passing;
     std::vector<std::unique_ptr<block>> blocks;
     std::vector<emi_channel *> channels;
+    std::vector<miu2gmc *> generators;
+    std::vector<fifo_bank *> fifos;
     emi_dispatcher *dispatcher = nullptr;
+    nanoseconds now = 0;
+    std::uint64_t changes_shown = 0;                   // of the traffic, at the FIFOs
     std::map<std::string, devicetree::range> windows;  // of every node, by name
     std::vector<std::string> complaints;
 };
@@ -91,6 +108,10 @@ void chip::state::add_block(const devicetree::node &node) {
         make<smi_common>(node, passing, *common);
     } else if (const auto channel = block_number(node.name, "emi_cen")) {
         channels.push_back(make<emi_channel>(node, passing, *channel));
+    } else if (const auto engine = block_number(node.name, "miu2gmc")) {
+        generators.push_back(make<miu2gmc>(node, passing, *engine));
+    } else if (node.name == "cpu_pri") {
+        make<cpu_priority>(node);
     } else if (node.name == "emi_dispatch0") {
         dispatcher = make<emi_dispatcher>(node);
     } else if (const auto monitor = block_number(node.name, "effi_monitor")) {
@@ -98,6 +119,50 @@ void chip::state::add_block(const devicetree::node &node) {
             make<efficiency_monitor>(node, passing, *monitor);
         }
     }
+}
+
+void chip::state::add_fifo(const devicetree::flat_tree &tree, const devicetree::node &node,
+                           const devicetree::range &bank) {
+    const devicetree::node *module =
+        find_module(tree, node.string("module-name").value_or(std::string()));
+    auto made =
+        std::make_unique<fifo_bank>(node, bank, registers, passing, ports_of_module(module));
+    fifos.push_back(made.get());
+    blocks.push_back(std::move(made));
+}
+
+// The generators come last: a pass that ends now has been traffic until now.
+void chip::state::advance(nanoseconds to) {
+    now = to;
+    for (const auto &each : blocks) {
+        if (std::find(generators.begin(), generators.end(), each.get()) == generators.end()) {
+            each->advance(to);
+        }
+    }
+    for (miu2gmc *each : generators) {
+        each->advance(to);
+    }
+    show_at_fifos();
+}
+
+// Whoever looks at a FIFO's bank through shared memory must find it up to date.
+void chip::state::show_at_fifos() {
+    if (std::exchange(changes_shown, passing.changes()) != passing.changes()) {
+        for (fifo_bank *each : fifos) {
+            each->publish();
+        }
+    }
+}
+
+std::optional<nanoseconds> chip::state::next_event() const {
+    std::optional<nanoseconds> next;
+    for (const auto &each : blocks) {
+        const auto event = each->next_event();
+        if (event && (!next || *event < *next)) {
+            next = event;
+        }
+    }
+    return next;
 }
 
 block *chip::state::at(std::uint64_t address) const {
@@ -167,6 +232,7 @@ void chip::set_scenario(const scenario &traffic) {
             owner->stored(static_cast<std::uint32_t>(address - owner->window().start), 32);
         }
     }
+    state_->show_at_fifos();
 }
 
 void chip::stored(std::uint64_t address, unsigned width) {
@@ -182,6 +248,7 @@ void chip::stored(std::uint64_t address, unsigned width) {
         state_->registers.set(each->window().start + offset, width, value);
         each->stored(offset, width);
     }
+    state_->show_at_fifos();
 }
 
 void chip::loaded(std::uint64_t address, unsigned width) {
@@ -191,21 +258,21 @@ void chip::loaded(std::uint64_t address, unsigned width) {
     }
 }
 
+// From event to event, since the end of a pass changes what the other blocks have to count.
 void chip::advance(std::uint64_t now_ns) {
-    for (const auto &each : state_->blocks) {
-        each->advance(now_ns);
+    if (now_ns <= state_->now) {
+        return;
     }
+    auto event = state_->next_event();
+    while (event && *event > state_->now && *event < now_ns) {
+        state_->advance(*event);
+        event = state_->next_event();
+    }
+    state_->advance(now_ns);
 }
 
 std::optional<std::uint64_t> chip::next_event() const {
-    std::optional<std::uint64_t> next;
-    for (const auto &each : state_->blocks) {
-        const auto event = each->next_event();
-        if (event && (!next || *event < *next)) {
-            next = event;
-        }
-    }
-    return next;
+    return state_->next_event();
 }
 
 bool chip::hang(const std::string &node) {

@@ -29,6 +29,14 @@ void board::store(const place &where, std::uint64_t value) {
     collect_complaints();
 }
 
+void board::update(const place &where, std::uint64_t mask, std::uint64_t bits) {
+    std::scoped_lock lock(guard_);
+    hardware_.advance(now_us_);
+    const std::uint64_t before = hardware_.load(where.physical, where.width);
+    hardware_.store(where.physical, where.width, (before & ~mask) | bits);
+    collect_complaints();
+}
+
 void board::collect_complaints() {
     for (std::string &complaint : hardware_.take_complaints()) {
         oopses_.add(std::move(complaint));

@@ -27,6 +27,8 @@ class board {
     };
     std::uint64_t load(const place &where);
     void store(const place &where, std::uint64_t value);
+    // Sets the masked bits to those of `bits`. Another module's doing: it is not traced.
+    void update(const place &where, std::uint64_t mask, std::uint64_t bits);
 
     // Microseconds since power-on, and how many of them the module spent waiting.
     std::uint64_t now_us() const;

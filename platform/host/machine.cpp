@@ -45,6 +45,7 @@ machine::state::state(const devicetree::flat_tree &flat, bus &bus_below, options
       tree(flat, faults, oopses),
       files(faults, oopses, ovk_measurement_mutex),
       devices(flat, memory, windows, files, faults, oopses),
+      masks(flat, hardware, faults),
       image(opts.module_image, oopses) {}
 
 std::vector<std::string> machine::state::holdings() const {
@@ -180,6 +181,10 @@ std::vector<std::string> machine::bound_devices() const {
 
 std::vector<log_line> machine::take_log() {
     return state_->log.take();
+}
+
+std::vector<mask_request> machine::take_mask_requests() {
+    return state_->masks.take_requests();
 }
 
 void machine::set_tracing(bool on) {

@@ -34,6 +34,15 @@ struct trace_entry {
     std::string text() const;
 };
 
+// What the driver asked of ovk-smi-tv, and what it answered: 0 or a negative error code.
+struct mask_request {
+    int id;
+    int port;
+    bool enable;
+    int result;
+    bool operator==(const mask_request &) const = default;
+};
+
 struct attribute_info {
     std::string name;
     unsigned mode;  // permission bits, for instance 0644
@@ -41,7 +50,7 @@ struct attribute_info {
 
 // What can be made to fail. Counting starts at 1 with the next request of that kind; every request
 // of the kind counts, those that ask for a thing that does not exist included.
-enum class fault_kind { allocation, mapping, node, property, attribute };
+enum class fault_kind { allocation, mapping, node, property, attribute, mask };
 
 struct options {
     std::string module_image;              // path of the shared object that holds the module
@@ -85,7 +94,10 @@ class machine {
     // Kernel log since the last call.
     std::vector<log_line> take_log();
 
-    // Register trace.
+    // Mask requests since the last call.
+    std::vector<mask_request> take_mask_requests();
+
+    // Register trace: the accesses of the module, not those of its siblings.
     void set_tracing(bool on);
     std::vector<trace_entry> take_trace();
 
@@ -94,7 +106,8 @@ class machine {
     void elapse(std::uint64_t us);    // lets time pass
 
     // Fault injection. fail_nth: the n-th request from now fails, once. fail_named: requests of
-    // that name (node or attribute name; for `property` "node:property") fail until clear_faults.
+    // that name (node or attribute name; for `property` "node:property"; allocations and mask
+    // requests have none, "") fail until clear_faults.
     void fail_nth(fault_kind kind, std::uint64_t n);
     void fail_named(fault_kind kind, std::string name);
     void clear_faults();

@@ -60,6 +60,6 @@ u32 KERNEL_SERVICE(ovk_dramc_get_freq)(u32 channel) {
     return channel < frequencies.size() ? frequencies[channel] : 0;
 }
 
-int KERNEL_SERVICE(ovk_miu2gmc_mask)(int, int, bool) {
-    return 0;
+int KERNEL_SERVICE(ovk_miu2gmc_mask)(int id, int port, bool enable) {
+    return host::current_machine().masks.request(id, port, enable);
 }

@@ -18,6 +18,7 @@
 #include "platform/host/measurement_lock.h"
 #include "platform/host/module_image.h"
 #include "platform/host/platform_bus.h"
+#include "platform/host/port_masks.h"
 #include "platform/host/register_trace.h"
 #include "platform/host/register_windows.h"
 #include "platform/host/sysfs.h"
@@ -45,6 +46,7 @@ struct machine::state {
     live_tree tree;
     sysfs files;
     platform_bus devices;
+    port_masks masks;
     module_image image;
 
     // One load, unload, suspend or resume at a time. No mutex, because the module runs meanwhile.

@@ -20,12 +20,17 @@ const devicetree::range &window_of(const devicetree::node &node) {
     return window;
 }
 
+bool takes_word(const register_row &row, block::operation what) {
+    return (row.allowed & word) != 0 ||
+           ((row.allowed & word_store) != 0 && what == block::operation::store);
+}
+
 bool takes(const register_row &row, unsigned width, block::operation what) {
     switch (width) {
         case 16:
             return (row.allowed & half_load) != 0 && what == block::operation::load;
         case 32:
-            return (row.allowed & word) != 0;
+            return takes_word(row, what);
         case 64:
             return (row.allowed & double_word) != 0;
         default:
@@ -41,7 +46,11 @@ bool holds(const register_row &row, std::uint32_t offset) {
 }  // namespace
 
 block::block(const devicetree::node &node, register_file &registers, std::vector<register_row> rows)
-    : name_(node.name), window_(window_of(node)), registers_(registers), rows_(std::move(rows)) {
+    : block(node.name, window_of(node), registers, std::move(rows)) {}
+
+block::block(std::string name, const devicetree::range &window, register_file &registers,
+             std::vector<register_row> rows)
+    : name_(std::move(name)), window_(window), registers_(registers), rows_(std::move(rows)) {
     clear_registers();
 }
 

@@ -23,6 +23,7 @@ enum access : unsigned {
     half_load = 1,    // load of the lower 16 bits
     word = 2,         // 32-bit load and store
     double_word = 4,  // 64-bit load and store of this register and the next
+    word_store = 8,   // 32-bit store alone
 };
 
 struct register_row {
@@ -38,6 +39,9 @@ class block {
     // The node has at least one register range. Its registers are 0 at power-on. Throws
     // std::runtime_error when the range lies outside the register file.
     block(const devicetree::node &node, register_file &registers, std::vector<register_row> rows);
+    // The same for a block whose node does not give the range as such.
+    block(std::string name, const devicetree::range &window, register_file &registers,
+          std::vector<register_row> rows);
     virtual ~block() = default;
     block(const block &) = delete;
     block &operator=(const block &) = delete;

@@ -36,9 +36,22 @@ constexpr std::uint32_t slot_enable_bits = 0x7;
 constexpr std::uint32_t slot_auxiliary_bits = 0xf0000000;
 constexpr unsigned slot_port_shift = 8;
 
+constexpr std::uint32_t bandwidth_field = 0x3f;
+// Outstanding limits: a pair of registers, low nibbles and high nibbles, for each four ports of the
+// first eight; a byte a port, with reads in its lower nibble.
+constexpr std::uint32_t ports_per_pair = 4;
+constexpr std::uint32_t pair_stride = 8;
+constexpr std::uint32_t high_nibbles = 4;
+constexpr unsigned outstanding_port_bits = 8;
+constexpr unsigned nibble_bits = 4;
+constexpr std::uint32_t nibble = 0xf;
+constexpr unsigned read_shift = 0;
+constexpr unsigned write_shift = 4;
+
 constexpr std::uint32_t ports_with_latency_sum = 8;
 // A slot's configuration has room for no more; a tree that promises more gets this many.
 constexpr std::uint32_t most_ports = 24;
+constexpr std::uint32_t limits_end = arbitration + port_stride * most_ports;
 constexpr std::uint32_t every_port = (1u << most_ports) - 1;
 
 constexpr std::uint64_t thousandths_per_count = 8 * 1000;
@@ -82,16 +95,20 @@ std::uint32_t ports_of(const traffic &passing) {
 
 }  // namespace
 
-emi_channel::emi_channel(const devicetree::node &node, register_file &registers,
-                         const traffic &passing, std::uint32_t number)
+emi_channel::emi_channel(const devicetree::node &node, register_file &registers, traffic &passing,
+                         std::uint32_t number)
     : block(node, registers, registers_of_a_channel(ports_of(passing))),
       passing_(passing),
       number_(number),
       ports_(ports_of(passing)),
+      limits_(ports_),
       moved_(ports_),
       results_(ports_) {}
 
-void emi_channel::stored(std::uint32_t, unsigned) {
+void emi_channel::stored(std::uint32_t offset, unsigned) {
+    if (offset >= outstanding_limits && offset < limits_end) {
+        follow_limits();
+    }
     const bool wanted = (read(control) & start_bit) != 0;
     if (wanted && !started_) {
         start();
@@ -99,6 +116,32 @@ void emi_channel::stored(std::uint32_t, unsigned) {
         end();
     }
     publish();
+}
+
+std::uint32_t emi_channel::outstanding_of(std::uint32_t port, unsigned direction_shift) const {
+    const std::uint32_t pair = port / ports_per_pair == 1 ? 1 : 0;
+    const std::uint32_t low = outstanding_limits + pair_stride * pair;
+    const unsigned shift = outstanding_port_bits * (port % ports_per_pair) + direction_shift;
+    return (read(low) >> shift & nibble) | (read(low + high_nibbles) >> shift & nibble)
+                                               << nibble_bits;
+}
+
+emi_port_limits emi_channel::limits_of(std::uint32_t port) const {
+    const std::uint32_t register_owner = port == 1 ? 0 : port;
+    return {.bandwidth = read(arbitration + port_stride * register_owner) & bandwidth_field,
+            .read_outstanding = outstanding_of(port, read_shift),
+            .write_outstanding = outstanding_of(port, write_shift)};
+}
+
+void emi_channel::follow_limits() {
+    std::vector<emi_port_limits> limits;
+    for (std::uint32_t port = 0; port < ports_; ++port) {
+        limits.push_back(limits_of(port));
+    }
+    if (limits != limits_) {
+        limits_ = limits;
+        passing_.limit_emi_ports(number_, std::move(limits));
+    }
 }
 
 void emi_channel::start() {

@@ -12,6 +12,12 @@
 // of 64 bytes at 0x540 + 8p. Both arrays would meet from port 8 on, and there the address belongs
 // to the request counts: the latency sums of these ports have no register. A pair of sum and count
 // stops together before the sum would pass 32 bits, so that sum / count stays the mean.
+//
+// Limits: a bandwidth limit of n lets a port have n/64 of this channel's peak, which is the DRAM
+// bus's divided by the channels. An outstanding limit of n lets it have 16 n MB/s of this channel
+// in that direction. 0 is no limit. Ports 0 and 1 share port 0's arbitration register. There
+// are outstanding limits for ports 0 to 7; from port 8 on, ports share those of ports 0 to 3. The
+// timers are kept and change nothing.
 #pragma once
 
 #include <array>
@@ -25,7 +31,7 @@ namespace soc {
 
 class emi_channel : public block {
   public:
-    emi_channel(const devicetree::node &node, register_file &registers, const traffic &passing,
+    emi_channel(const devicetree::node &node, register_file &registers, traffic &passing,
                 std::uint32_t number);
 
     std::uint32_t number() const { return number_; }
@@ -52,6 +58,9 @@ class emi_channel : public block {
         std::vector<port_latency> latency;
     };
 
+    emi_port_limits limits_of(std::uint32_t port) const;
+    std::uint32_t outstanding_of(std::uint32_t port, unsigned direction_shift) const;
+    void follow_limits();
     void start();
     void end();
     void finish();
@@ -60,9 +69,10 @@ class emi_channel : public block {
     std::uint32_t counted(std::uint32_t port_mask) const;
     port_latency latency_of(std::uint32_t port) const;
 
-    const traffic &passing_;
+    traffic &passing_;
     std::uint32_t number_;
     std::uint32_t ports_;
+    std::vector<emi_port_limits> limits_;  // by port
     bool hung_ = false;
     bool started_ = false;   // bit 0 of control
     bool counting_ = false;  // the present run has the monitor enabled

@@ -10,6 +10,8 @@ namespace {
 constexpr std::uint32_t force_ultra = 0x78;
 constexpr std::uint32_t force_preultra = 0x7c;
 constexpr std::uint32_t outstanding_limit = 0x200;
+constexpr std::uint32_t outstanding_stride = 4;
+constexpr std::uint32_t outstanding_field = 0xff;
 constexpr std::uint32_t port_count = 32;
 constexpr std::uint32_t monitor_run = 0x400;
 constexpr std::uint32_t monitor_clear = 0x404;
@@ -54,7 +56,7 @@ std::vector<register_row> registers_of_a_larb() {
 
 }  // namespace
 
-larb::larb(const devicetree::node &node, register_file &registers, const traffic &passing,
+larb::larb(const devicetree::node &node, register_file &registers, traffic &passing,
            std::uint32_t number)
     : block(node, registers, registers_of_a_larb()), passing_(passing), number_(number) {}
 
@@ -65,7 +67,20 @@ void larb::stored(std::uint32_t offset, unsigned width) {
     if (reaches(offset, width, monitor_clear) && read(monitor_clear) == clear_bit) {
         clear();
     }
+    follow_settings(offset, width);
     publish();
+}
+
+void larb::follow_settings(std::uint32_t offset, unsigned width) {
+    if (reaches(offset, width, force_ultra) || reaches(offset, width, force_preultra)) {
+        passing_.force_priorities(number_, read(force_ultra), read(force_preultra));
+    }
+    for (std::uint32_t port = 0; port < port_count; ++port) {
+        const std::uint32_t limit = outstanding_limit + outstanding_stride * port;
+        if (reaches(offset, width, limit)) {
+            passing_.limit_larb_port({number_, port}, read(limit) & outstanding_field);
+        }
+    }
 }
 
 void larb::publish() {

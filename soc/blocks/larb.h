@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // An SMI larb: the bandwidth monitor of its ports, and the limits that software sets for them.
+//
+// A port with an outstanding limit of n moves at most 16 n MB/s; 0 is no limit. A bit in a force
+// register gives all requests of that port ultra or pre-ultra priority, ultra when both are set.
 #pragma once
 
 #include <array>
@@ -13,7 +16,7 @@ namespace soc {
 // Counters and the longest period add up over runs until they are cleared.
 class larb : public block {
   public:
-    larb(const devicetree::node &node, register_file &registers, const traffic &passing,
+    larb(const devicetree::node &node, register_file &registers, traffic &passing,
          std::uint32_t number);
 
     void stored(std::uint32_t offset, unsigned width) override;
@@ -25,13 +28,14 @@ class larb : public block {
   private:
     static constexpr std::size_t counters = 4;
 
+    void follow_settings(std::uint32_t offset, unsigned width);
     streams at_port(std::uint32_t port) const;
     void count_four_ports(nanoseconds span);
     void count_one_port(direction wanted, nanoseconds span);
     void watch_period();
     void clear();
 
-    const traffic &passing_;
+    traffic &passing_;
     std::uint32_t number_;
     bool running_ = false;
     std::uint32_t mode_ = 0;
