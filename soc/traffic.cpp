@@ -202,6 +202,7 @@ stream traffic::route(const source &from) const {
 
 void traffic::replace(const std::vector<source> &sources) {
     std::vector<stream> routed;
+    routed.reserve(sources.size());
     for (const source &each : sources) {
         routed.push_back(route(each));
     }

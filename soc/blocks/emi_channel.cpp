@@ -54,8 +54,8 @@ constexpr std::uint32_t most_ports = 24;
 constexpr std::uint32_t limits_end = arbitration + port_stride * most_ports;
 constexpr std::uint32_t every_port = (1u << most_ports) - 1;
 
-constexpr std::uint64_t thousandths_per_count = 8 * 1000;
-constexpr std::uint64_t thousandths_per_request = 64 * 1000;
+constexpr std::uint64_t thousandths_per_count = std::uint64_t{8} * 1000;
+constexpr std::uint64_t thousandths_per_request = std::uint64_t{64} * 1000;
 constexpr std::uint64_t widest_sum = std::numeric_limits<std::uint32_t>::max();
 constexpr std::uint64_t ns_per_us = 1000;
 
