@@ -2,6 +2,7 @@
 // Expected register traces, in the words of the host kernel's own.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <optional>
@@ -61,6 +62,15 @@ inline void add_broadcast(lines &trace, bool on, std::uint32_t targets) {
     dispatch.w32(0x100, on ? 0x7f7f : 0);
     dispatch.w32(0x104, on ? targets : 0);
     dispatch.wmb();
+}
+
+// Says where two traces part, rather than printing both.
+inline void expect_trace(const lines &trace, const lines &expected) {
+    const auto [at, wanted] =
+        std::mismatch(trace.begin(), trace.end(), expected.begin(), expected.end());
+
+    EXPECT_EQ(at != trace.end() ? *at : "the end", wanted != expected.end() ? *wanted : "the end")
+        << "access " << at - trace.begin();
 }
 
 struct effi_run {

@@ -104,7 +104,17 @@ struct common_place {
 
 class route_view : public chip_view {
   public:
-    using chip_view::chip_view;
+    route_view(const devicetree::flat_tree &tree, const soc::scenario &traffic)
+        : chip_view(tree, traffic) {
+        for (const soc::source &source : traffic.sources) {
+            if (source.traffic.read + source.traffic.write != 0) {
+                const auto place = through_common(source);
+                const uint32_t emi =
+                    place ? emi_port_behind(tree, place->common, place->output) : source.port;
+                routes_.push_back({&source, place, emi});
+            }
+        }
+    }
 
     uint32_t setting(const char *node, const char *property) const {
         return *tree().by_name(node)->u32(property);
@@ -112,6 +122,39 @@ class route_view : public chip_view {
     uint32_t ports_of_common(uint32_t common, const char *property) const {
         return *tree().by_name(number_of("smi_common", common))->u32(property);
     }
+
+    passage at_larb(uint32_t larb, uint32_t port) const {
+        return those([=](const route &each) {
+            return each.source->kind == soc::source_kind::larb_port && each.source->block == larb &&
+                   each.source->port == port;
+        });
+    }
+    passage at_input(uint32_t common, uint32_t input) const {
+        return those([=](const route &each) {
+            return each.place && each.place->common == common && each.place->input == input;
+        });
+    }
+    passage at_output(uint32_t common, uint32_t output) const {
+        return those([=](const route &each) {
+            return each.place && each.place->common == common && each.place->output == output;
+        });
+    }
+    passage at_emi(uint32_t port) const {
+        return those([=](const route &each) { return each.emi_port == port; });
+    }
+
+    // ns to clock cycles and back, rounded down each time.
+    uint64_t period_shown(uint64_t ns) const {
+        const uint64_t clock = setting("dram_config", "smi_clock");
+        return ns * clock / ns_per_us * 1000 / clock;
+    }
+
+  private:
+    struct route {
+        const soc::source *source;
+        std::optional<common_place> place;
+        uint32_t emi_port;
+    };
 
     // Where a source passes an SMI common; a path that isn't there leads to the last output.
     std::optional<common_place> through_common(const soc::source &source) const {
@@ -124,47 +167,18 @@ class route_view : public chip_view {
         const uint32_t last = ports_of_common(common, "output-port-nr") - 1;
         return common_place{common, input, std::min(path(common, input), last)};
     }
-    uint32_t emi_port(const soc::source &source) const {
-        const auto place = through_common(source);
-        return place ? emi_port_behind(tree(), place->common, place->output) : source.port;
-    }
 
-    passage those(const std::function<bool(const soc::source &)> &pass) const {
+    passage those(const std::function<bool(const route &)> &pass) const {
         passage found;
-        for (const soc::source &source : traffic().sources) {
-            if (source.traffic.read + source.traffic.write != 0 && pass(source)) {
-                found.add(source.traffic);
+        for (const route &each : routes_) {
+            if (pass(each)) {
+                found.add(each.source->traffic);
             }
         }
         return found;
     }
-    passage at_larb(uint32_t larb, uint32_t port) const {
-        return those([=](const soc::source &source) {
-            return source.kind == soc::source_kind::larb_port && source.block == larb &&
-                   source.port == port;
-        });
-    }
-    passage at_input(uint32_t common, uint32_t input) const {
-        return those([=, this](const soc::source &source) {
-            const auto place = through_common(source);
-            return place && place->common == common && place->input == input;
-        });
-    }
-    passage at_output(uint32_t common, uint32_t output) const {
-        return those([=, this](const soc::source &source) {
-            const auto place = through_common(source);
-            return place && place->common == common && place->output == output;
-        });
-    }
-    passage at_emi(uint32_t port) const {
-        return those([=, this](const soc::source &source) { return emi_port(source) == port; });
-    }
 
-    // ns to clock cycles and back, rounded down each time.
-    uint64_t period_shown(uint64_t ns) const {
-        const uint64_t clock = setting("dram_config", "smi_clock");
-        return ns * clock / ns_per_us * 1000 / clock;
-    }
+    std::vector<route> routes_;
 };
 
 // What an efficiency monitor tells of a passage that it watches.
@@ -238,10 +252,17 @@ struct emi_row {
 class emi_view : public route_view {
   public:
     emi_view(const devicetree::flat_tree &tree, const soc::scenario &traffic, uint32_t time_ms)
-        : route_view(tree, traffic), time_ms_(time_ms) {}
+        : route_view(tree, traffic),
+          time_ms_(time_ms),
+          channels_(setting("emi_arch", "emi_cnt")),
+          clock_(setting("dram_config", "emi_clock")) {
+        for (uint32_t port = 0; port < setting("emi_arch", "emi_port_cnt"); port++) {
+            ports_.push_back(at_emi(port));
+        }
+    }
 
-    uint32_t channels() const { return setting("emi_arch", "emi_cnt"); }
-    uint32_t ports() const { return setting("emi_arch", "emi_port_cnt"); }
+    uint32_t channels() const { return channels_; }
+    uint32_t ports() const { return static_cast<uint32_t>(ports_.size()); }
 
     // One monitor watches a port for all channels; the first reader resets it.
     emi_row of_channel(uint32_t port, uint32_t channel) const {
@@ -249,8 +270,8 @@ class emi_view : public route_view {
         if (!monitors_at_emi()) {
             result.efficiency = 70;
         } else if (channel == 0) {
-            result.efficiency = at_emi(port).efficiency();
-            result.burst = at_emi(port).burst();
+            result.efficiency = ports_[port].efficiency();
+            result.burst = ports_[port].burst();
         }
         return result;
     }
@@ -284,12 +305,10 @@ class emi_view : public route_view {
   private:
     // Channels share a port's traffic evenly, the first ones take the odd MB/s.
     uint64_t rate(uint32_t port, uint32_t channel) const {
-        const uint64_t all = at_emi(port).rate();
+        const uint64_t all = ports_[port].rate();
         return all / channels() + (channel < all % channels() ? 1 : 0);
     }
-    uint64_t cycles(uint32_t port) const {
-        return at_emi(port).latency_ns() * setting("dram_config", "emi_clock") / ns_per_us;
-    }
+    uint64_t cycles(uint32_t port) const { return ports_[port].latency_ns() * clock_ / ns_per_us; }
     // Of 64 bytes; the count stops before the sum of their latencies leaves its 32 bits.
     uint64_t requests(uint32_t port, uint32_t channel) const {
         const uint64_t all = rate(port, channel) * 1000 * time_ms_ / 64;
@@ -300,10 +319,13 @@ class emi_view : public route_view {
         const uint64_t count = requests(port, channel);
         const uint64_t sum = port < 8 ? count * cycles(port) : requests(port - 8, channel);
         const uint64_t mean = count != 0 ? sum / count : 0;
-        return mean * 1'000'000 / setting("dram_config", "emi_clock") / 1000;
+        return mean * 1'000'000 / clock_ / 1000;
     }
 
     uint32_t time_ms_;
+    uint32_t channels_;
+    uint32_t clock_;
+    std::vector<passage> ports_;
 };
 
 }  // namespace
