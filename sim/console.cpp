@@ -45,6 +45,15 @@ unsigned parse_width(const std::string &text) {
     throw usage_error("a width of 16, 32 or 64 expected, not '" + text + "'");
 }
 
+std::uint64_t parse_count(const std::string &text) {
+    const std::uint64_t count = parse_number(text, UINT64_MAX);
+
+    if (count == 0) {
+        throw usage_error("a number from 1 on expected");
+    }
+    return count;
+}
+
 std::string full_width(std::uint64_t value, unsigned width) {
     char text[2 + 16 + 1];
 
@@ -143,11 +152,12 @@ void console::dispatch(std::string_view line) {
             }
             arguments.push_back(std::move(word));
         }
-        if (arguments.size() == entry.verbatim_from) {
-            arguments.emplace_back(line.substr(line.empty() ? 0 : 1));
+        if (arguments.size() == entry.verbatim_from && !line.empty()) {
+            arguments.emplace_back(line.substr(1));
         }
         if (arguments.size() < entry.fewest || arguments.size() > entry.most) {
-            throw usage_error(std::string(name) + " " + entry.arguments + " expected");
+            throw usage_error(name + (*entry.arguments != '\0' ? " " : "") + entry.arguments +
+                              " expected");
         }
         (this->*entry.handler)(arguments);
         return;
@@ -168,6 +178,9 @@ void console::run(std::istream &in) {
     std::string line;
 
     while (!ended_ && std::getline(in, line)) {
+        if (line.ends_with('\r')) {
+            line.pop_back();
+        }
         execute(line);
         out_.flush();
     }
@@ -233,6 +246,9 @@ void console::trace(const words &arguments) {
             out_ << entry.text() << "\n";
         }
     } else if (arguments[0] == "on" || arguments[0] == "off") {
+        if (arguments[0] == "on") {
+            target_.machine().take_trace();
+        }
         target_.machine().set_tracing(arguments[0] == "on");
     } else {
         throw usage_error("trace on, trace off or trace show expected");
@@ -263,7 +279,8 @@ void console::unpin(const words &arguments) {
 
 void console::hang(const words &arguments) {
     if (!target_.chip().hang(arguments[0])) {
-        throw usage_error("a node with a monitor expected, not '" + arguments[0] + "'");
+        throw usage_error("a node that reports done (effi_monitorN, emi_cenN) expected, not '" +
+                          arguments[0] + "'");
     }
 }
 
@@ -278,7 +295,7 @@ void console::fail(const words &arguments) {
     if (kind == "clear" && arguments.size() == 1) {
         machine.clear_faults();
     } else if (kind == "alloc" && arguments.size() == 2) {
-        machine.fail_nth(host::fault_kind::allocation, parse_number(arguments[1], UINT64_MAX));
+        machine.fail_nth(host::fault_kind::allocation, parse_count(arguments[1]));
     } else if (kind == "map" && arguments.size() == 2) {
         machine.fail_named(host::fault_kind::mapping, arguments[1]);
     } else if (kind == "node" && arguments.size() == 2) {

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <optional>
@@ -14,7 +15,7 @@ namespace {
 
 constexpr int exit_ok = 0;
 constexpr int exit_failed = 1;    // the module, or a command of the script, reported a failure
-constexpr int exit_unusable = 2;  // tree, scenario or script can't be used
+constexpr int exit_unusable = 2;  // command line, tree, scenario or script can't be used
 constexpr int exit_oops = 3;      // the module did what a kernel does not survive
 
 struct request {
@@ -65,9 +66,7 @@ int with_module(sim::simulator &simulator, F use) {
     }
     simulator.machine().take_log();
     const bool good = use(simulator.machine());
-    if (!good) {
-        print_log(simulator);
-    }
+    print_log(simulator);
     simulator.machine().unload();
     return good ? exit_ok : exit_failed;
 }
@@ -100,7 +99,7 @@ int run_console(sim::simulator &simulator, const std::string &script) {
 
     if (!script.empty()) {
         std::ifstream file(script);
-        if (!file) {
+        if (!file || std::filesystem::is_directory(script)) {
             std::cerr << "error: " << script << ": a readable file expected\n";
             return exit_unusable;
         }
@@ -169,8 +168,10 @@ void describe(CLI::App &app, request &wanted) {
     console->add_option("FILE", wanted.script, "Script, a command a line");
     app.require_subcommand(0, 1);
     app.footer("Console commands:\n" + sim::console::help() +
-               "\nExit status: 0 success; 1 the module or a command failed; 2 tree, scenario or "
-               "script can't be used; 3 the module did what a kernel does not survive.");
+               "\nExit status: 0 success; 1 the module reported a failure, or a line of the script "
+               "was not understood; 2 command line, tree, scenario or script can't be used; 3 the "
+               "module did what a kernel does not survive.\nTraces, scenario files and the rest: "
+               "docs/ovk-sim.1 and docs/scenarios.md.");
 }
 
 }  // namespace
@@ -180,9 +181,11 @@ int main(int argc, char **argv) {
     request wanted;
 
     describe(app, wanted);
-    CLI11_PARSE(app, argc, argv);
     try {
+        app.parse(argc, argv);
         return execute(app, wanted);
+    } catch (const CLI::ParseError &error) {
+        return app.exit(error) == 0 ? exit_ok : exit_unusable;
     } catch (const std::exception &error) {
         std::cerr << "error: " << error.what() << "\n";
         return exit_unusable;

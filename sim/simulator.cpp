@@ -27,6 +27,9 @@ devicetree::flat_tree chip_tree(const std::string &soc) {
 }
 
 soc::scenario find_scenario(const std::string &soc, const std::string &name_or_file) {
+    if (std::filesystem::is_directory(name_or_file)) {
+        throw std::runtime_error("a file expected, not the directory '" + name_or_file + "'");
+    }
     if (is_file_name(name_or_file)) {
         return soc::scenario::from_file(name_or_file);
     }
@@ -61,6 +64,9 @@ std::uint64_t simulator::address_of(const std::string &place) const {
     const std::size_t plus = place.find('+');
 
     if (plus == std::string::npos) {
+        if (!place.starts_with("0x")) {
+            throw std::runtime_error("NODE+0xOFFSET or 0xADDRESS expected, not '" + place + "'");
+        }
         return parse_number(place, UINT64_MAX);
     }
     const std::string name = place.substr(0, plus);
@@ -68,7 +74,8 @@ std::uint64_t simulator::address_of(const std::string &place) const {
     if (!node || node->reg.empty()) {
         throw std::runtime_error("a node with registers expected, not '" + name + "'");
     }
-    return node->reg.front().start + parse_number(place.substr(plus + 1), UINT32_MAX);
+    return node->reg.front().start +
+           parse_number(place.substr(plus + 1), node->reg.front().size - 1);
 }
 
 std::uint64_t parse_number(const std::string &text, std::uint64_t max) {

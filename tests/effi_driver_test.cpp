@@ -82,14 +82,6 @@ void expect_row(rig &r, const row &expected) {
     }
 }
 
-void wipe(rig &r) {
-    for (const char *monitor : small_monitors) {
-        for (std::size_t k = 0; k < 8; k++) {
-            r.poke(config_register(monitor, k), 0);
-        }
-    }
-}
-
 // The writes of one row, in order, to every monitor of the smallest chip.
 lines trace_of(const row &written) {
     lines trace;
@@ -183,7 +175,7 @@ TEST(effi_driver, does_the_same_for_every_power_transition) {
         EXPECT_EQ(r.log(), lines{"<6>[OVK_BW] OVK EFFI Suspend"});
     }
     for (auto *const up : {power.resume, power.thaw, power.restore}) {
-        wipe(r);
+        r.chip().power_lost();
         for (platform_device *device : driver.bound) {
             EXPECT_EQ(up(&device->dev), 0);
         }

@@ -3,6 +3,7 @@
 // these points is pinned: a new request shows, and with it the question of what its failure does.
 #include <algorithm>
 #include <array>
+#include <functional>
 #include <iostream>
 #include <regex>
 
@@ -34,17 +35,13 @@ std::uint64_t sweep(rig &r, fault_kind kind, const std::string &what, A attempt,
         attempt();
         r.machine().clear_faults();
         if (r.machine().requests(kind) - before < n) {
-            testing::Test::RecordProperty("points", std::to_string(n - 1));
-            std::cout << what << ": " << n - 1 << " points of failure: " << name_of(kind) << "\n";
+            testing::Test::RecordProperty(name_of(kind), std::to_string(n - 1));
+            std::cout << what << ": " << n - 1 << " points, " << name_of(kind) << "\n";
             return n - 1;
         }
         judge(n);
         EXPECT_EQ(r.machine().take_oopses(), lines{});
     }
-}
-
-std::string title(const std::string &soc, fault_kind kind) {
-    return soc + "_" + name_of(kind);
 }
 
 }  // namespace
@@ -72,7 +69,7 @@ INSTANTIATE_TEST_SUITE_P(zt430, fault_sweep_of_loading,
 
 // What a load may log besides the lines of a good one.
 bool is_failure_message(const std::string &line) {
-    static const std::regex specified(
+    static const std::regex permitted(
         "<3>\\[OVK_BW\\](Failed to fetch dramc info|no module list|set_module_list error"
         "|set_fifo_list error|Failed to init ovk_bw_(setup_dram_config|setup_emi_arch_config"
         "|measure_init)|get_module_id_by_name fail|set set_bw_monitor_default_cfg error"
@@ -80,7 +77,7 @@ bool is_failure_message(const std::string &line) {
         "|<[35]>\\[OVK_BW\\]\\w+ create attribute error"
         "|<3>\\[OVK_BW\\] fifo_cnt: [0-5]|<6>\\[OVK_BW\\] OVK EFFI Remove");
 
-    return std::regex_match(line, specified);
+    return std::regex_match(line, permitted);
 }
 
 // The message that ends a log, but for the removals that follow it.
@@ -89,7 +86,7 @@ std::string verdict(lines log) {
     return log.empty() ? "" : log.back();
 }
 
-void expect_specified_load(fault_kind kind, int code, const lines &log, const lines &good) {
+void expect_permitted_load(fault_kind kind, int code, const lines &log, const lines &good) {
     const bool created = verdict(log).find("Failed to create_sysfs_node") == std::string::npos;
     const bool prepared = verdict(log).find("Failed to init ovk_bw_") == std::string::npos;
 
@@ -124,7 +121,7 @@ TEST_P(fault_sweep_of_loading, fails_cleanly_or_does_without) {
             log = r.log();
         },
         [&](std::uint64_t) {
-            expect_specified_load(GetParam().kind, code, log, good);
+            expect_permitted_load(GetParam().kind, code, log, good);
             harmless += code == 0 ? 1 : 0;
             r.machine().unload();
             r.log();
@@ -135,18 +132,20 @@ TEST_P(fault_sweep_of_loading, fails_cleanly_or_does_without) {
     EXPECT_EQ(harmless, GetParam().harmless);
 }
 
-TEST(fault_sweep, finds_nothing_in_unloading_and_in_handlers_that_only_use_memory) {
+TEST(fault_sweep, has_nothing_to_fail_in_unloading_and_in_handlers_without_hardware) {
     rig r("zt430");
+    r.loaded();
     const std::function<void()> attempts[] = {
-        [&] { r.machine().unload(); },       [&] { r.read("ip_config"); },
-        [&] { r.read("larb_module_list"); }, [&] { r.write("bw_total", "1 1 16 0"); },
-        [&] { r.write("simple_mon", "0"); },
-    };
+        [&] { r.read("ip_config"); }, [&] { r.read("larb_module_list"); },
+        [&] { r.write("bw_total", "1 1 16 0"); }, [&] { r.write("simple_mon", "0"); },
+        [&] { r.machine().unload(); }};
 
-    for (const auto &attempt : attempts) {
-        for (const fault_kind kind : all_kinds) {
-            r.machine().load();
-            EXPECT_EQ(sweep(r, kind, "zt430 plain handler", attempt, [](std::uint64_t) {}), 0u);
+    for (const fault_kind kind : all_kinds) {
+        r.machine().load();
+        const std::uint64_t before = r.machine().requests(kind);
+        for (const auto &attempt : attempts) {
+            attempt();
+            EXPECT_EQ(r.machine().requests(kind), before) << name_of(kind);
         }
     }
 }
@@ -181,21 +180,24 @@ struct read_points {
 
 class fault_sweep_of_total_report : public testing::TestWithParam<read_points> {};
 
-// Only a dispatch block that fails at the end of the last EMI run leaves something on: the other
-// channels' monitors, or broadcast mode.
-INSTANTIATE_TEST_SUITE_P(chips, fault_sweep_of_total_report,
-                         testing::Values(read_points{"zt430", fault_kind::allocation,
-                                                     2 + 16 + 2 * 9, 0},
-                                         read_points{"zt430", fault_kind::mapping, 0, 2},
-                                         read_points{"zt430", fault_kind::node, 0, 2},
-                                         read_points{"zt430", fault_kind::property, 0, 0},
-                                         read_points{"zt430", fault_kind::attribute, 0, 0},
-                                         read_points{"zt440", fault_kind::allocation, 0, 0},
-                                         read_points{"zt440", fault_kind::mapping, 0, 2},
-                                         read_points{"zt440", fault_kind::node, 0, 2},
-                                         read_points{"zt440", fault_kind::property, 0, 0},
-                                         read_points{"zt440", fault_kind::attribute, 0, 0}),
-                         [](const auto &each) { return title(each.param.soc, each.param.kind); });
+// Memory: settings, the table, one record for each of 16 or 32 modules, two arrays for each of 9 or
+// 24 with larbs. The rest goes with the scenario: the larb ports and SMI common inputs that carry
+// traffic are looked up once more for their efficiency. A dispatch block that can't be had at the
+// end of the last EMI run, and only that, leaves something on: the monitors of the other channels,
+// or broadcast mode.
+INSTANTIATE_TEST_SUITE_P(
+    chips, fault_sweep_of_total_report,
+    testing::Values(read_points{"zt430", fault_kind::allocation, 2 + 16 + 2 * 9, 0},
+                    read_points{"zt430", fault_kind::mapping, 184, 2},
+                    read_points{"zt430", fault_kind::node, 190, 2},
+                    read_points{"zt430", fault_kind::property, 88, 0},
+                    read_points{"zt430", fault_kind::attribute, 0, 0},
+                    read_points{"zt440", fault_kind::allocation, 2 + 32 + 2 * 24, 0},
+                    read_points{"zt440", fault_kind::mapping, 310, 2},
+                    read_points{"zt440", fault_kind::node, 319, 2},
+                    read_points{"zt440", fault_kind::property, 158, 0},
+                    read_points{"zt440", fault_kind::attribute, 0, 0}),
+    [](const auto &each) { return each.param.soc + std::string("_") + name_of(each.param.kind); });
 
 // Bits that are set while the hardware measures.
 struct running_bits {
@@ -230,12 +232,12 @@ bool is_stopped(rig &r, const std::vector<running_bits> &bits) {
 }
 
 bool is_measuring_message(const std::string &line) {
-    static const std::regex specified(
+    static const std::regex permitted(
         "<3>\\[OVK_BW\\](/soc/\\w+@\\w+: of_iomap failed"
         "|Can't find (SMI LARB|SMI COMMON|effi_monitor|EMI|EMI_DISPATCH) device base!!"
         "|can't get property: (in|out)put-port-nr|Can't get smi common port info!!)");
 
-    return std::regex_match(line, specified);
+    return std::regex_match(line, permitted);
 }
 
 // A report that came to its end, or to the end of the page.
@@ -245,7 +247,7 @@ bool is_complete(const std::string &report) {
     return report.size() == 4095 || std::regex_match(report, status);
 }
 
-void expect_specified_read(fault_kind kind, std::uint64_t n, const host::machine::read_result &read,
+void expect_permitted_read(fault_kind kind, std::uint64_t n, const host::machine::read_result &read,
                            const lines &log) {
     if (kind == fault_kind::allocation) {
         EXPECT_EQ(read.code, n == 1 ? -12 : 0);
@@ -254,6 +256,9 @@ void expect_specified_read(fault_kind kind, std::uint64_t n, const host::machine
         return;
     }
     EXPECT_TRUE(is_complete(read.text)) << read.text;
+    if (kind == fault_kind::mapping) {
+        EXPECT_NE(testing::PrintToString(log).find("of_iomap failed"), std::string::npos);
+    }
     for (const std::string &line : log) {
         EXPECT_TRUE(is_measuring_message(line)) << line;
     }
@@ -270,7 +275,10 @@ void set_up_playback(rig &r, const std::string &soc) {
     r.log();
 }
 
+// After every failure a read without one says what it said before; on the big chip, where that
+// takes long, after every eighth and where something was left on.
 TEST_P(fault_sweep_of_total_report, reports_what_is_left_and_stops_the_hardware) {
+    const std::uint64_t retry_every = GetParam().soc == std::string("zt440") ? 8 : 1;
     rig r(GetParam().soc);
     set_up_playback(r, GetParam().soc);
     const std::string good = r.read("bw_total");
@@ -280,19 +288,23 @@ TEST_P(fault_sweep_of_total_report, reports_what_is_left_and_stops_the_hardware)
     std::uint64_t unstopped = 0;
     ASSERT_TRUE(is_complete(good));
 
-    const std::uint64_t points = sweep(
-        r, GetParam().kind, std::string(GetParam().soc) + " bw_total",
-        [&] { read = r.machine().read("bw_total"); },
-        [&](std::uint64_t n) {
-            expect_specified_read(GetParam().kind, n, read, r.log());
-            EXPECT_EQ(r.machine().holdings(), held);
-            unstopped += is_stopped(r, bits) ? 0 : 1;
+    const auto judge = [&](std::uint64_t n) {
+        const bool stopped = is_stopped(r, bits);
+        expect_permitted_read(GetParam().kind, n, read, r.log());
+        EXPECT_EQ(r.machine().holdings(), held);
+        unstopped += stopped ? 0 : 1;
+        if (!stopped || n % retry_every == 0) {
             EXPECT_EQ(r.read("bw_total"), good);
             EXPECT_EQ(r.log(), lines{});
             EXPECT_TRUE(is_stopped(r, bits));
-        });
+        }
+    };
+    const std::uint64_t points = sweep(
+        r, GetParam().kind, std::string(GetParam().soc) + " bw_total",
+        [&] { read = r.machine().read("bw_total"); }, judge);
     EXPECT_EQ(points, GetParam().points);
     EXPECT_EQ(unstopped, GetParam().unstopped);
+    EXPECT_EQ(r.read("bw_total"), good);
 }
 
 }  // namespace tests

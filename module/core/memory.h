@@ -30,8 +30,11 @@ class owned_array {
         if (!data_) {
             return false;
         }
-        for (; size_ < count; size_++) {
-            new (&data_[size_]) T{};
+        size_ = count;
+        if constexpr (!__is_trivial(T)) {
+            for (size_t i = 0; i < count; i++) {
+                new (&data_[i]) T{};
+            }
         }
         return true;
     }

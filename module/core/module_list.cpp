@@ -91,7 +91,9 @@ static u32 get_port(const device_node *child, u32 k, u32 j) {
     if (!ids || !groups) {
         return 0;
     }
-    read_u32(child, larb ? larb_property : common_property, ids[j]);
+    if (!read_u32(child, larb ? larb_property : common_property, ids[j])) {
+        return 0;
+    }
     return read_port_list(child, groups[j]) ? 1 : 0;
 }
 
@@ -234,9 +236,13 @@ void release_module_list() {
     module_cnt = 0;
 }
 
+static bool is_named(const bw_module &module, const char *name) {
+    return strncmp(module.name, name, module_name_max) == 0;
+}
+
 s32 get_module_id_by_name(const char *name, u32 &id) {
     for (u32 k = 0; k < module_cnt; k++) {
-        if (strncmp(mlist[k].name, name, module_name_max) == 0) {
+        if (is_named(mlist[k], name)) {
             id = mlist[k].module_id;
             return 0;
         }
@@ -244,9 +250,14 @@ s32 get_module_id_by_name(const char *name, u32 &id) {
     return -1;
 }
 
-// An id beyond the list can't be a position in it.
 static bool find_position(const char *name, u32 &position) {
-    return get_module_id_by_name(name, position) == 0 && position < module_cnt;
+    for (u32 k = 0; k < module_cnt; k++) {
+        if (is_named(mlist[k], name)) {
+            position = mlist[k].module_id < module_cnt ? mlist[k].module_id : k;
+            return true;
+        }
+    }
+    return false;
 }
 
 void find_reference_modules() {

@@ -6,10 +6,10 @@
 #include "platform/kernel.h"
 
 // The ports of one larb or SMI common that a module uses. A group that the tree leaves incomplete
-// stays empty, and whoever walks the groups passes over it.
+// is not stored: it stays zeros, and there is nothing to measure for it.
 struct port_group {
     u32 port_cnt;
-    u32 *ports;  // port_cnt port ids
+    u32 *ports;  // port_cnt port ids; null: not stored
 };
 
 // One monitored module. Element j of an id array and of its port-group array belong together.
@@ -31,7 +31,8 @@ extern u32 module_cnt;
 extern bw_module *mlist;
 
 // Positions of the entries that stand for all modules together and for the reference counter. Each
-// is 0 and not `known` when the list has no such entry.
+// is 0 and not `known` when the list has no such entry. Where an entry's module id is no position
+// in the list, its own position stands in.
 extern u32 sum_id;
 extern u32 ref_emi_id;
 extern bool sum_known;
@@ -62,6 +63,9 @@ void find_reference_modules();
 // Names are compared to the end, terminator included.
 bool has_name(const bw_module &module, const char *name);
 
+inline bool is_stored(const port_group &group) {
+    return group.ports != nullptr;
+}
 inline bool is_sum(u32 position) {
     return sum_known && position == sum_id;
 }

@@ -51,7 +51,7 @@ static void measure_input(const measure_cfg &cfg, u32 common, u32 outputs, u32 p
     add_port(result, bandwidth, efficiency);
 }
 
-void comm_bw_measure(measure_cfg &cfg, total_result &result) {
+void comm_bw_measure(const measure_cfg &cfg, total_result &result) {
     const bw_module &module = mlist[cfg.module_id];
     const u32 common = module.common_ids[cfg.common_idx];
     const port_group &group = module.common_ports[cfg.common_idx];

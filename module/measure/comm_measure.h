@@ -34,4 +34,4 @@ s32 get_smi_common_port_info(u32 *inputs, u32 *outputs, s32 id);
 // Measures every port that module cfg.module_id uses on its SMI common number cfg.common_idx,
 // whose window is cfg.base[0], for cfg.time ms in each direction, and adds what it finds to
 // `result` (bytes per millisecond).
-void comm_bw_measure(measure_cfg &cfg, total_result &result);
+void comm_bw_measure(const measure_cfg &cfg, total_result &result);

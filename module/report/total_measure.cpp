@@ -79,7 +79,7 @@ static void measure_by_dram_counter(measure_cfg &cfg, dram_traffic traffic, tota
 static bool measure_larbs(measure_cfg &cfg, const bw_module &module, total_result &result) {
     for (u32 j = 0; j < module.larb_cnt; j++) {
         const port_group &group = module.larb_ports[j];
-        if (group.port_cnt == 0) {
+        if (!is_stored(group)) {
             continue;
         }
         cfg.larb_idx = j;
@@ -96,7 +96,7 @@ static bool measure_larbs(measure_cfg &cfg, const bw_module &module, total_resul
 
 static void measure_commons(measure_cfg &cfg, const bw_module &module, total_result &result) {
     for (u32 j = 0; j < module.common_cnt; j++) {
-        if (module.common_ports[j].port_cnt == 0) {
+        if (!is_stored(module.common_ports[j])) {
             continue;
         }
         cfg.common_idx = j;
