@@ -1,48 +1,15 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // The total report against the traffic that was put in.
-#include <random>
-#include <regex>
 #include <sstream>
 
 #include "tests/oracle.h"
+#include "tests/random_traffic.h"
+#include "tests/report_text.h"
 #include "tests/rig.h"
 
 namespace tests {
 
 namespace {
-
-struct chip_facts {
-    const char *soc;
-    std::uint32_t dram_clock;  // lowest channel frequency, or the tree's
-};
-
-constexpr chip_facts chips[] = {{"zt410", 4266}, {"zt420", 2666}, {"zt430", 3200}, {"zt440", 3200}};
-
-// Rows of the full table. The name of a module may hold blanks no more than its domain.
-std::vector<expected_row> table_rows(const std::string &report) {
-    static const std::regex row(
-        "^ *(\\d+) +(\\S+) +(\\S+) +(\\d+) +(\\d+) +(\\d+) +(\\d+) +(\\d+)$");
-    std::vector<expected_row> rows;
-    std::istringstream text(plain(report));
-    std::smatch found;
-
-    for (std::string line; std::getline(text, line);) {
-        if (std::regex_match(line, found, row)) {
-            rows.push_back({found[2], std::stoull(found[4]), std::stoull(found[5]),
-                            std::stoull(found[6]), std::stoull(found[7]), std::stoull(found[8])});
-        }
-    }
-    return rows;
-}
-
-void enable_all(rig &r, std::uint32_t time_ms) {
-    const std::size_t count = sources_by_module(r.machine().tree()).size();
-
-    for (std::size_t id = 0; id < count; id++) {
-        r.write("bw_total", std::to_string(id) + " 1 " + std::to_string(time_ms) + " 0\n");
-    }
-    r.machine().take_log();
-}
 
 std::string describe(const expected_row &row) {
     std::ostringstream text;
@@ -85,47 +52,6 @@ void expect_agreement(rig &r, const soc::scenario &traffic, const expected_repor
                               usage_line("Slack", expected.slack, expected.slack_percent);
     EXPECT_NE(simple.find(usage), std::string::npos) << simple << "\nexpected:\n" << usage;
 }
-
-class random_traffic {
-  public:
-    explicit random_traffic(unsigned seed) : engine_(seed) {}
-
-    std::uint32_t up_to(std::uint32_t max) {
-        return static_cast<std::uint32_t>(engine_() % (max + 1));
-    }
-
-    soc::flow flow() {
-        // Idle, a trickle below the resolution of the counters, or a real stream.
-        const std::uint32_t most = up_to(3) == 0 ? 3 : 2500;
-        return {.read = up_to(most),
-                .write = up_to(3) == 0 ? 0 : up_to(most),
-                .efficiency = 1 + up_to(99),
-                .ultra = up_to(100),
-                .preultra = up_to(100)};
-    }
-
-    soc::scenario scenario(const devicetree::flat_tree &tree) {
-        soc::scenario traffic;
-        for (const auto &[name, sources] : sources_by_module(tree)) {
-            for (soc::source source : sources) {
-                if (up_to(4) != 0) {
-                    source.traffic = flow();
-                    traffic.sources.push_back(source);
-                }
-            }
-        }
-        for (const auto &node : tree.nodes()) {
-            if (node->name.starts_with("smi_common")) {
-                traffic.presets.push_back(
-                    {node->name, 0x220, static_cast<std::uint32_t>(engine_())});
-            }
-        }
-        return traffic;
-    }
-
-  private:
-    std::mt19937 engine_;
-};
 
 }  // namespace
 

@@ -1,0 +1,98 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tests/port_chip.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <fstream>
+
+namespace tests {
+
+static const char *const blocks = R"(/dts-v1/;
+/ { #address-cells = <1>; #size-cells = <1>;
+    dram_config { bus_width = <32>; dram_clock = <3200>; dram_penalty = <85>;
+                  emi_clock = <800>; smi_clock = <500>; };
+    emi_arch { emi_cnt = <2>; emi_port_cnt = <8>; smi_common_cnt = <2>; };
+    emi_cen0@1c010000 { reg = <0x1c010000 0x1000>; };
+    emi_cen1@1c011000 { reg = <0x1c011000 0x1000>; };
+    emi_dispatch0@1c012000 { reg = <0x1c012000 0x1000>; };
+    common0: smi_common0@1c013000 { reg = <0x1c013000 0x1000>; quorix,common-id = <0>;
+                                    input-port-nr = <4>; output-port-nr = <2>;
+                                    quorix,emi-port = <2 3>; };
+    smi_common1@1c014000 { reg = <0x1c014000 0x1000>; quorix,common-id = <1>;
+                           input-port-nr = <2>; output-port-nr = <1>;
+                           quorix,emi-port = <4>; };
+    larb0@1c015000 { reg = <0x1c015000 0x1000>; quorix,smi = <&common0>; quorix,smi-port-id = <0>; };
+    larb1@1c016000 { reg = <0x1c016000 0x1000>; quorix,smi = <&common0>; quorix,smi-port-id = <1>; };
+    larb2@1c017000 { reg = <0x1c017000 0x1000>; quorix,smi = <&common0>; quorix,smi-port-id = <2>; };
+    effi_monitor0@1c018000 { compatible = "quorix,zt430-effi-mon"; reg = <0x1c018000 0x1000>; };
+    effi_monitor1@1c019000 { compatible = "quorix,zt430-effi-mon"; reg = <0x1c019000 0x1000>; };
+    effi_monitor2@1c01a000 { compatible = "quorix,zt430-effi-mon"; reg = <0x1c01a000 0x1000>; };
+    tsp { device_type = "bw"; module-name = "TSP"; domain = "TS"; module-id = <1>; init-on;
+          tsp_comm0 { common-id = <0>; port-list = <3>; };
+          tsp_comm1 { common-id = <1>; port-list = <1>; }; };
+    ref { device_type = "bw"; module-name = "REF_EMI"; domain = "EMI"; module-id = <2>; init-on; };
+    sum { device_type = "bw"; module-name = "SUM"; domain = "ALL"; module-id = <3>; init-on; };
+};
+)";
+
+// The list goes by document order, so GOP comes before TSP.
+devicetree::flat_tree port_chip(const std::vector<std::string> &port_lists) {
+    const std::string file = testing::TempDir() + "ovk-ports-" + std::to_string(getpid()) + ".dts";
+    std::string gop =
+        "    gop { device_type = \"bw\"; module-name = \"GOP\"; domain = \"GFX\"; "
+        "module-id = <0>; init-on;\n";
+    std::string text = blocks;
+
+    for (std::size_t larb = 0; larb < port_lists.size(); larb++) {
+        const std::string number = std::to_string(larb);
+        gop += "gop_larb" + number + " { larb-id = <" + number + ">; port-list = <" +
+               port_lists[larb] + ">; };\n";
+    }
+    text.insert(text.find("    tsp {"), gop + "};\n");
+    std::ofstream(file) << text;
+    devicetree::flat_tree tree = devicetree::flat_tree::from_file(file);
+    std::remove(file.c_str());
+    return tree;
+}
+
+namespace {
+
+struct running_register {
+    const char *prefix;
+    std::uint32_t offset;
+    std::uint32_t mask;
+};
+
+// Of an EMI channel, the control and set-up of the monitor and its slots.
+constexpr running_register running_registers[] = {
+    {"larb", 0x400, ~0u},           {"smi_common", 0x1a0, ~0u},   {"effi_monitor", 0x000, 0x11},
+    {"emi_cen", 0x060, 0xffff0000}, {"emi_cen", 0x400, ~0u},      {"emi_cen", 0x440, ~0u},
+    {"emi_cen", 0x468, ~0u},        {"emi_cen", 0x4b0, ~0u},      {"emi_cen", 0x4e8, 0xffff0000},
+    {"emi_cen", 0x4f8, ~0u},        {"emi_cen", 0xf00, ~0u},      {"emi_cen", 0xf04, ~0u},
+    {"emi_cen", 0xf08, ~0u},        {"emi_cen", 0xf0c, ~0u},      {"emi_cen", 0xf10, ~0u},
+    {"emi_cen", 0xf14, ~0u},        {"emi_dispatch", 0x100, ~0u}, {"emi_dispatch", 0x104, ~0u}};
+
+}  // namespace
+
+lines left_on(rig &r) {
+    lines places;
+
+    for (const auto &node : r.machine().tree().nodes()) {
+        for (const running_register &each : running_registers) {
+            if (node->reg.empty() || !node->name.starts_with(each.prefix)) {
+                continue;
+            }
+            const std::uint64_t value = r.chip().peek(node->reg[0].start + each.offset, 32);
+            if ((value & each.mask) != 0) {
+                char text[64];
+                std::snprintf(text, sizeof(text), "%s+0x%03x 0x%08llx", node->name.c_str(),
+                              each.offset, static_cast<unsigned long long>(value));
+                places.emplace_back(text);
+            }
+        }
+    }
+    return places;
+}
+
+}  // namespace tests

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// A chip that is small enough to write whole reports down, and what is left on in a chip.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "devicetree/flat_tree.h"
+#include "tests/rig.h"
+
+namespace tests {
+
+// 32 bits at 3200 MT/s (12,800 MB/s), an EMI clock of 800 MHz and an SMI clock of 500 MHz.
+//   - two EMI channels of eight ports
+//   - SMI common 0 (4 inputs; outputs to EMI ports 2 and 3) with larb n at input n, for n = 0 to 2;
+//     SMI common 1 (2 inputs, output to EMI port 4)
+//   - modules 0 "GOP" with a group of ports on larb n for each of `port_lists`, 1 "TSP" on input 3
+//     of common 0 and input 1 of common 1, 2 "REF_EMI" and 3 "SUM"
+devicetree::flat_tree port_chip(const std::vector<std::string> &port_lists = {"3"});
+
+// Paths of its nodes, for variations.
+inline constexpr const char *path_of_common0 = "/smi_common0@1c013000";
+inline constexpr const char *path_of_common1 = "/smi_common1@1c014000";
+
+// Registers of measurement that are not off, as "node+0xoffset 0xvalue".
+lines left_on(rig &r);
+
+}  // namespace tests

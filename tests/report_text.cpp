@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tests/report_text.h"
+
+#include <algorithm>
+#include <cctype>
+#include <regex>
+#include <sstream>
+
+namespace tests {
+
+// The name of a module may hold blanks no more than its domain.
+std::vector<expected_row> table_rows(const std::string &report) {
+    static const std::regex row(
+        "^ *(\\d+) +(\\S+) +(\\S+) +(\\d+) +(\\d+) +(\\d+) +(\\d+) +(\\d+)$");
+    std::vector<expected_row> rows;
+    std::istringstream text(plain(report));
+    std::smatch found;
+
+    for (std::string line; std::getline(text, line);) {
+        if (std::regex_match(line, found, row)) {
+            rows.push_back({found[2], std::stoull(found[4]), std::stoull(found[5]),
+                            std::stoull(found[6]), std::stoull(found[7]), std::stoull(found[8])});
+        }
+    }
+    return rows;
+}
+
+void enable_all(rig &r, std::uint32_t time_ms) {
+    const std::size_t count = sources_by_module(r.machine().tree()).size();
+
+    for (std::size_t id = 0; id < count; id++) {
+        r.write("bw_total", std::to_string(id) + " 1 " + std::to_string(time_ms) + " 0\n");
+    }
+    r.machine().take_log();
+}
+
+static lines words_of(const std::string &line) {
+    std::istringstream text(line);
+    lines words;
+
+    for (std::string word; text >> word;) {
+        words.push_back(word);
+    }
+    return words;
+}
+
+static bool is_row(const std::string &first) {
+    return std::isdigit(static_cast<unsigned char>(first[0])) != 0 || first == "In" ||
+           first == "Out" || first == "ALL" || first == "Module" || first == "SMI_LARB" ||
+           first == "SMI_COMMON" || first == "CENTRAL_EMI";
+}
+
+lines port_rows(const std::string &report) {
+    std::string text = plain(report);
+    lines rows;
+
+    std::replace(text.begin(), text.end(), '|', ' ');
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);) {
+        const lines words = words_of(line);
+        if (words.empty() || !(is_row(words[0]) || line.find("not support") != line.npos)) {
+            continue;
+        }
+        std::string row;
+        for (const std::string &word : words) {
+            row += (row.empty() ? "" : " ") + word;
+        }
+        rows.push_back(row);
+    }
+    return rows;
+}
+
+std::map<std::string, std::uint64_t> port_data(const std::string &report) {
+    std::map<std::string, std::uint64_t> data;
+    std::string block;
+
+    for (const std::string &row : port_rows(report)) {
+        const lines words = words_of(row);
+        if (words[0] == "SMI_LARB" || words[0] == "SMI_COMMON") {
+            block = words[1] + ":";
+        } else if (words[0] == "In" || words[0] == "Out") {
+            data[(words[0] == "In" ? "in" : "out") + block + words[1]] =
+                std::stoull(words[2]) + std::stoull(words[3]);
+        } else if (words.size() == 11) {
+            data["larb" + block + words[0]] = std::stoull(words[4]) + std::stoull(words[5]);
+        } else if (words.size() == 6 && words[0] != "ALL") {
+            data["emi:" + words[0]] = std::stoull(words[1]);
+        }
+    }
+    return data;
+}
+
+}  // namespace tests

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// The figures in the text of the reports.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "tests/oracle.h"
+#include "tests/rig.h"
+
+namespace tests {
+
+struct chip_facts {
+    const char *soc;
+    std::uint32_t dram_clock;  // lowest channel frequency, or the tree's
+};
+
+inline constexpr chip_facts chips[] = {
+    {"zt410", 4266}, {"zt420", 2666}, {"zt430", 3200}, {"zt440", 3200}};
+
+// Rows of the full table of the total report.
+std::vector<expected_row> table_rows(const std::string &report);
+
+// Enables every module for the total report.
+void enable_all(rig &r, std::uint32_t time_ms);
+
+// Titles and rows of a port report, with single blanks between the words, without legends and
+// column titles. The larb report ends with the row of its totals.
+lines port_rows(const std::string &report);
+
+// Read and write bandwidth of every row of a port report, by "larb4:2", "in0:1" and "out0:0" (of
+// SMI commons), or "emi:5" (of the total view).
+std::map<std::string, std::uint64_t> port_data(const std::string &report);
+
+}  // namespace tests
