@@ -2,49 +2,13 @@
 // Every request that the module makes of the kernel fails once, one after the other. The number of
 // these points is pinned: a new request shows, and with it the question of what its failure does.
 #include <algorithm>
-#include <array>
 #include <functional>
-#include <iostream>
 #include <regex>
 
+#include "tests/fault_sweep.h"
 #include "tests/rig.h"
 
 namespace tests {
-
-namespace {
-
-using host::fault_kind;
-
-constexpr fault_kind all_kinds[] = {fault_kind::allocation, fault_kind::mapping, fault_kind::node,
-                                    fault_kind::property, fault_kind::attribute};
-
-const char *name_of(fault_kind kind) {
-    static constexpr std::array names = {"allocation", "mapping", "node", "property", "attribute"};
-
-    return names.at(static_cast<std::size_t>(kind));
-}
-
-// Runs `attempt` with its first request of the kind failing, then with its second, until none is
-// left to fail; `judge` follows every failure, with its number. Returns how many there were.
-template <class A, class J>
-std::uint64_t sweep(rig &r, fault_kind kind, const std::string &what, A attempt, J judge) {
-    for (std::uint64_t n = 1;; n++) {
-        SCOPED_TRACE(std::string(name_of(kind)) + " " + std::to_string(n));
-        const std::uint64_t before = r.machine().requests(kind);
-        r.machine().fail_nth(kind, n);
-        attempt();
-        r.machine().clear_faults();
-        if (r.machine().requests(kind) - before < n) {
-            testing::Test::RecordProperty(name_of(kind), std::to_string(n - 1));
-            std::cout << what << ": " << n - 1 << " points, " << name_of(kind) << "\n";
-            return n - 1;
-        }
-        judge(n);
-        EXPECT_EQ(r.machine().take_oopses(), lines{});
-    }
-}
-
-}  // namespace
 
 struct load_points {
     fault_kind kind;
