@@ -50,22 +50,6 @@ TEST(docs, attributes_are_all_described_in_order_with_their_modes) {
     EXPECT_EQ(documented_attributes(), table);
 }
 
-TEST(docs, attributes_that_are_not_served_say_so) {
-    rig r;
-    r.loaded();
-    std::istringstream text(file("docs/attributes.md"));
-    std::string name;
-
-    for (std::string line; std::getline(text, line);) {
-        if (line.starts_with("## ")) {
-            name = line.substr(3);
-        } else if (line.find("Not served yet") != std::string::npos) {
-            const bool readable = line.starts_with("| Read");
-            EXPECT_EQ(readable ? r.read_code(name) : r.machine().write(name, "1\n"), -5) << name;
-        }
-    }
-}
-
 TEST(docs, manual_page_names_every_console_command) {
     std::istringstream page(file("docs/ovk-sim.1"));
     std::istringstream help(sim::console::help());
