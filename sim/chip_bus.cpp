@@ -116,6 +116,12 @@ void chip_bus::unpin(std::uint64_t address) {
     pins_.erase(address);
 }
 
+void chip_bus::unpin_all() {
+    const std::lock_guard guard(lock_);
+
+    pins_.clear();
+}
+
 bool chip_bus::hang(const std::string &node) {
     const std::lock_guard guard(lock_);
 

@@ -27,6 +27,7 @@ class chip_bus : public host::bus {
     void poke(std::uint64_t address, unsigned width, std::uint64_t value);
     void pin(std::uint64_t address, std::uint32_t value);  // what loads see, whatever is there
     void unpin(std::uint64_t address);
+    void unpin_all();
     bool hang(const std::string &node);
     void set_scenario(const soc::scenario &traffic);
 

@@ -37,7 +37,8 @@ static const char *const blocks = R"(/dts-v1/;
 )";
 
 // The list goes by document order, so GOP comes before TSP.
-devicetree::flat_tree port_chip(const std::vector<std::string> &port_lists) {
+devicetree::flat_tree port_chip(const std::vector<std::string> &port_lists,
+                                const std::string &second_common) {
     const std::string file = testing::TempDir() + "ovk-ports-" + std::to_string(getpid()) + ".dts";
     std::string gop =
         "    gop { device_type = \"bw\"; module-name = \"GOP\"; domain = \"GFX\"; "
@@ -49,6 +50,8 @@ devicetree::flat_tree port_chip(const std::vector<std::string> &port_lists) {
         gop += "gop_larb" + number + " { larb-id = <" + number + ">; port-list = <" +
                port_lists[larb] + ">; };\n";
     }
+    const std::string second = "smi_common1";
+    text.replace(text.find(second), second.size(), "smi_common" + second_common);
     text.insert(text.find("    tsp {"), gop + "};\n");
     std::ofstream(file) << text;
     devicetree::flat_tree tree = devicetree::flat_tree::from_file(file);

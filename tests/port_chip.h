@@ -16,7 +16,9 @@ namespace tests {
 //     SMI common 1 (2 inputs, output to EMI port 4)
 //   - modules 0 "GOP" with a group of ports on larb n for each of `port_lists`, 1 "TSP" on input 3
 //     of common 0 and input 1 of common 1, 2 "REF_EMI" and 3 "SUM"
-devicetree::flat_tree port_chip(const std::vector<std::string> &port_lists = {"3"});
+// `second_common` is the number that SMI common 1 has instead.
+devicetree::flat_tree port_chip(const std::vector<std::string> &port_lists = {"3"},
+                                const std::string &second_common = "1");
 
 // Paths of its nodes, for variations.
 inline constexpr const char *path_of_common0 = "/smi_common0@1c013000";

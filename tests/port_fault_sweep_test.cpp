@@ -39,7 +39,7 @@ void set_up(rig &r) {
                        {soc::source_kind::larb_port, 1, 0, {.write = 40}},
                        {soc::source_kind::common_input, 1, 1, {.read = 70}},
                        {soc::source_kind::emi_port, 0, 0, {.read = 900}}};
-    r.chip().set_scenario(traffic);
+    r.set_scenario(traffic);
     r.loaded();
     r.write("bw_emi", "2\n");
     r.log();

@@ -21,7 +21,7 @@ void set_traffic(rig &r, std::vector<soc::source> sources, std::vector<soc::pres
 
     traffic.sources = std::move(sources);
     traffic.presets = std::move(presets);
-    r.chip().set_scenario(traffic);
+    r.set_scenario(traffic);
 }
 
 soc::source larb(std::uint32_t number, std::uint32_t port, soc::flow traffic) {
@@ -421,7 +421,7 @@ TEST(common_layout, active_inputs_alone_print_no_block) {
 TEST(common_layout, a_full_page_ends_the_report) {
     rig r("zt440");
     r.loaded();
-    r.chip().set_scenario(sim::find_scenario("zt440", "overload"));
+    r.set_scenario(sim::find_scenario("zt440", "overload"));
     for (int common = 0; common < 8; common++) {
         r.pin("smi_common" + std::to_string(common) + "+0x1cc", 1'000'000);
     }
@@ -429,7 +429,7 @@ TEST(common_layout, a_full_page_ends_the_report) {
     EXPECT_EQ(clean_read(r, "bw_scomm").size(), 4095u);
 }
 
-TEST(common_search, takes_available_commons_up_to_number_63_and_misses_the_rest_once) {
+TEST(common_search, takes_the_available_commons_and_misses_the_rest_once) {
     struct outcome {
         std::uint32_t count;
         bool disabled0;
@@ -457,6 +457,16 @@ TEST(common_search, takes_available_commons_up_to_number_63_and_misses_the_rest_
         EXPECT_EQ(blocks, each.blocks) << each.count;
         EXPECT_EQ(r.log(), each.log) << each.count;
         EXPECT_TRUE(each.count != 0 || report == start());
+    }
+}
+
+TEST(common_search, ends_at_number_63) {
+    for (const auto &[number, found] : {std::pair{"63", true}, {"64", false}}) {
+        rig r(port_chip({"3"}, number));
+        r.loaded();
+        set_traffic(r, {input(static_cast<std::uint32_t>(std::stoul(number)), 1, {.read = 100})});
+        EXPECT_EQ(row_with(clean_read(r, "bw_scomm"), "SMI_COMMON"), found ? "SMI_COMMON 63" : "");
+        EXPECT_EQ(r.log(), found ? lines{} : lines{no_common});
     }
 }
 

@@ -233,12 +233,12 @@ TEST_P(port_reports, agree_to_the_digit_and_wait_to_the_microsecond_under_random
         const std::uint32_t time = 1 + random.up_to(40);
         const port_oracle oracle(tree, traffic, time);
         set_times(r, time);
-        r.chip().set_scenario(traffic);
+        r.set_scenario(traffic);
         expect_larbs(r, oracle, time);
         expect_emi(r, oracle, GetParam().dram_clock);
         for (const std::uint32_t half : {0u, 1u}) {
             const soc::scenario part = half_of(tree, traffic, half);
-            r.chip().set_scenario(part);
+            r.set_scenario(part);
             expect_commons(r, port_oracle(tree, part, time));
         }
     }
@@ -249,7 +249,7 @@ TEST_P(port_reports, agree_with_every_scenario_that_comes_with_the_chip) {
         SCOPED_TRACE(name);
         rig r(GetParam().soc);
         const soc::scenario traffic = sim::find_scenario(GetParam().soc, name);
-        r.chip().set_scenario(traffic);
+        r.set_scenario(traffic);
         const port_oracle oracle(r.loaded().machine().tree(), traffic, 16);
         expect_larbs(r, oracle, 16);
         expect_emi(r, oracle, GetParam().dram_clock);
@@ -268,7 +268,7 @@ TEST_P(port_reports, add_up_from_larbs_through_commons_to_the_EMI_and_to_the_tot
         for (const std::uint32_t half : {0u, 1u}) {
             SCOPED_TRACE(std::to_string(time) + " ms, half " + std::to_string(half));
             random_traffic random(100 + time);
-            r.chip().set_scenario(half_of(tree, random.scenario(tree), half));
+            r.set_scenario(half_of(tree, random.scenario(tree), half));
             const all_figures all = read_all(r, time);
             expect_modules_add_up(tree, all, time == 16);
             expect_levels_add_up(tree, all, time == 16);
@@ -288,7 +288,7 @@ TEST_P(port_reports, show_a_source_at_its_own_port_and_on_its_way_only) {
         soc::scenario traffic;
         source.traffic = {.read = 300, .write = 200, .efficiency = 50};
         traffic.sources = {source};
-        r.chip().set_scenario(traffic);
+        r.set_scenario(traffic);
 
         const std::string larb = at_larb ? place_of("larb", source.block, source.port) : "none";
         SCOPED_TRACE(at_larb ? larb : place_of(at_emi ? "emi" : "in", source.block, source.port));
@@ -314,7 +314,7 @@ TEST(port_report, of_the_EMI_divides_one_channel_s_efficiency_by_all_channels) {
     soc::scenario traffic = random.scenario(tree);
     random.add_settings(tree, traffic);
 
-    r.chip().set_scenario(traffic);
+    r.set_scenario(traffic);
     set_times(r, 5);
     expect_emi(r, port_oracle(tree, traffic, 5), 3200);
 }

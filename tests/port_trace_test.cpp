@@ -56,7 +56,7 @@ void set_up(rig &r, const emi_run &run) {
     }
     // Channel 1 loses what is not channel 0's.
     traffic.presets.push_back({"emi_cen1", 0xf2c, 0x999});
-    r.chip().set_scenario(traffic);
+    r.set_scenario(traffic);
     r.write("bw_emi", std::to_string(run.time) + "\n");
 }
 
@@ -242,7 +242,7 @@ TEST(port_trace, larb_port_is_read_written_and_timed_and_then_asked_for_its_limi
                          .burst = 9,
                          .period = 400}}};
     traffic.presets = {{"larb0", 0x20c, 0x1ab}, {"larb0", 0x78, 0x8}, {"larb0", 0x7c, 0xfff7}};
-    r.chip().set_scenario(traffic);
+    r.set_scenario(traffic);
 
     lines expected;
     block_trace larb(expected, "larb0");
@@ -283,7 +283,7 @@ TEST(port_trace, common_ports_are_read_all_and_written_all_before_efficiencies_a
          1,
          1,
          {.write = 100, .efficiency = 60, .preultra = 100, .burst = 5, .period = 300}}};
-    r.chip().set_scenario(traffic);
+    r.set_scenario(traffic);
 
     lines expected;
     block_trace common(expected, "smi_common1");

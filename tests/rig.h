@@ -48,6 +48,10 @@ class rig {
         EXPECT_EQ(machine().write(attribute, text), static_cast<long>(text.size())) << text;
     }
 
+    // New traffic. Settings of ports among its presets are what reads show, but they don't act on
+    // the traffic.
+    void set_scenario(const soc::scenario &traffic);
+
     // "<3>[OVK_BW]..." lines since the last call.
     std::vector<std::string> log() {
         std::vector<std::string> lines;
