@@ -3,6 +3,7 @@
 
 #include "core/device_node.h"
 #include "core/memory.h"
+#include "measure/emi_registers.h"
 
 static constexpr u32 bits_per_byte_shift = 3;
 
@@ -97,6 +98,7 @@ bool ovk_bw_setup_emi_arch_config() {
         !read_u32(node.get(), "smi_common_cnt", smi_common_cnt)) {
         return false;
     }
+    emi_port_cnt = emi_port_cnt < emi_ports_max ? emi_port_cnt : emi_ports_max;
     emi_effi_mon = has_property(node.get(), "emi-effi-monitor") ? 1 : 0;
     return true;
 }

@@ -20,7 +20,7 @@ extern u32 smi_clock;     // MHz
 extern u32 total_bw;      // theoretical peak, MB/s
 
 extern u32 emi_cnt;         // EMI channels
-extern u32 emi_port_cnt;    // ports of each EMI channel
+extern u32 emi_port_cnt;    // ports of each EMI channel, at most emi_ports_max
 extern u32 smi_common_cnt;  // SMI commons
 extern u32 emi_effi_mon;    // 1: efficiency monitors sit at the EMI ports
 

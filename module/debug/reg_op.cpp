@@ -117,7 +117,9 @@ ssize_t reg_op_store(device_driver *, const char *buf, size_t count) {
     u32 value = 0;
 
     const int fields = sscanf(buf, "%x %u %u", &address, &bit, &value);
-    WRITE_ONCE(dump_reg_addr, address);
+    if (fields >= 1) {
+        WRITE_ONCE(dump_reg_addr, address);
+    }
     if (!is_valid(address)) {
         printk(KERN_ERR "[OVK_BW]Wrong REG\n");
     } else if (fields == 3) {

@@ -83,8 +83,7 @@ static void enable_slot(const register_window &channel0, u32 slot) {
 static void select_ports(const register_window &channel0, const port_group_run &group) {
     for (u32 slot = 0; slot < group.count; slot++) {
         const u32 port = group.first + slot;
-        const u32 selected = port < emi_ports_max ? 1u << (emi_slot_port_shift + port) : 0;
-        channel0.update_low16(slot_config(slot), 0, selected);
+        channel0.update_low16(slot_config(slot), 0, 1u << (emi_slot_port_shift + port));
     }
 }
 
@@ -169,8 +168,8 @@ static void read_port_monitor(u32 port, owned_array<emi_result> &results) {
         all.effi[port] += reading.effi;
         all.burst[port] += reading.burst;
     }
-    all.effi[port] /= emi_cnt;
-    all.burst[port] /= emi_cnt;
+    all.effi[port] = divide_or_zero(all.effi[port], emi_cnt);
+    all.burst[port] = divide_or_zero(all.burst[port], emi_cnt);
 }
 
 static u64 cycles_to_ns(u32 cycles) {
@@ -189,7 +188,7 @@ static void read_latency(const measure_cfg &cfg, u32 port, owned_array<emi_resul
         results[channel].arb[port] = window.read32(emi_arbitration_of(port));
         sum += latency;
     }
-    results[emi_cnt].latency[port] = sum / emi_cnt;
+    results[emi_cnt].latency[port] = divide_or_zero(sum, emi_cnt);
 }
 
 static u32 read_outstanding(const register_window &window, u32 port, emi_direction direction) {

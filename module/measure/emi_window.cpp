@@ -67,6 +67,9 @@ bool emi_wait_done(const register_window &channel, u32 time) {
         if ((channel.read32(emi_monitor_control) & emi_monitor_done) != 0) {
             return true;
         }
+        if (fatal_signal_pending_of_current()) {
+            return false;
+        }
         if (waited >= limit) {
             printk(KERN_ERR "[OVK_BW]EMI monitor time out\n");
             return false;

@@ -20,5 +20,5 @@ void enable_broadcast_mode(bool on);
 u32 emi_run_length(u32 time);
 
 // Waits for the end of a monitor run of `time` ms, yielding the processor in between. False: not
-// done after twice the time and 100 ms, which has been logged.
+// done after twice the time and 100 ms, which has been logged, or killed while waiting.
 bool emi_wait_done(const register_window &channel, u32 time);

@@ -6,7 +6,7 @@
 
 // SUM is the last module that can be selected, although it has no larbs.
 static bool is_selectable(u32 module_id) {
-    return module_id <= sum_id && module_id < module_cnt;
+    return module_id <= sum_id;
 }
 
 static const char *name_of(u32 module_id) {
@@ -45,7 +45,7 @@ ssize_t bw_larb_show(device_driver *, char *buf) {
     if (!larb_report_prepare(module, stats)) {
         return 0;
     }
-    const int error = measure(module, stats);
+    const int error = module.larb_cnt != 0 ? measure(module, stats) : 0;
     if (error != 0) {
         return error;
     }
@@ -65,7 +65,7 @@ ssize_t bw_larb_store(device_driver *, const char *buf, size_t count) {
     if (fields >= 2) {
         WRITE_ONCE(larb_mon_cfg.time, static_cast<u32>(time));
     }
-    if (fields < 2 || static_cast<u32>(module_id) > sum_id) {
+    if (fields < 2 || !is_selectable(static_cast<u32>(module_id))) {
         printk(KERN_ERR "[OVK_BW]Wrong Argument!!\n");
         return static_cast<ssize_t>(count);
     }
