@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # Sourced by the top-level commands: packages and builds. Speaks on standard error only.
-# shellcheck shell=bash
+# shellcheck shell=bash disable=SC2034
 
 top=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 build=$top/build
@@ -8,6 +8,7 @@ build=$top/build
 simulator_packages=(g++ cmake ninja-build pkg-config libfdt-dev device-tree-compiler
     libcli11-dev libtomlplusplus-dev libedit-dev)
 module_packages=(make gcc-12-aarch64-linux-gnu g++-12-aarch64-linux-gnu kmod)
+lab_packages=(qemu-system-arm cpio)
 check_packages=(libgtest-dev clang-format-14 clang-tidy-14 shellcheck mandoc)
 bench_packages=(libbenchmark-dev)
 
