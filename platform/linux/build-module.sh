@@ -2,8 +2,8 @@
 # SPDX-License-Identifier: GPL-2.0-only
 #
 # Builds ovk_bw.ko and the two sibling modules for an arm64 kernel and refuses what would not run
-# there. Leaves OUT/ovk_bw.ko, OUT/ovk-dramc.ko and OUT/ovk-smi-tv.ko without debug information;
-# those with it stay in OUT/objects.
+# there. Leaves OUT/ovk_bw.ko, OUT/ovk-dramc.ko and OUT/ovk-smi-tv.ko (and what else the lab needs)
+# without debug information; those with it stay in OUT/objects.
 set -euo pipefail
 shopt -s inherit_errexit
 
@@ -90,7 +90,7 @@ kernel_make() { # FOLDER [VARIABLE=VALUE...]
 }
 
 build_siblings() {
-    link_sources "$out/objects/siblings" "$repository"/lab/siblings/{Kbuild,ovk-dramc.c,ovk-smi-tv.c}
+    link_sources "$out/objects/siblings" "$repository"/lab/siblings/{Kbuild,*.c}
     kernel_make "$out/objects/siblings"
 }
 
@@ -127,7 +127,7 @@ build() {
     build_siblings
     build_module
     reject_unfit
-    strip_into_out "$out"/objects/siblings/ovk-{dramc,smi-tv}.ko "$out/objects/ovk_bw/ovk_bw.ko"
+    strip_into_out "$out"/objects/siblings/*.ko "$out/objects/ovk_bw/ovk_bw.ko"
     mv "$out/building_for" "$out/built_for"
 }
 
