@@ -55,7 +55,7 @@ bool heap::taken_from_records(const void *memory) {
 }
 
 void heap::release(const void *memory) {
-    if (!memory || memory == zero_size_block()) {
+    if (!memory || reinterpret_cast<std::uintptr_t>(memory) == zero_size_address) {
         return;
     }
     if (!taken_from_records(memory)) {
