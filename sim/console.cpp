@@ -33,7 +33,7 @@ std::string next_word(std::string_view &line) {
     }
     line.remove_prefix(start);
     const std::size_t end = std::min(line.find_first_of(" \t"), line.size());
-    const std::string word(line.substr(0, end));
+    std::string word(line.substr(0, end));
     line.remove_prefix(end);
     return word;
 }

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -176,18 +177,24 @@ void describe(CLI::App &app, request &wanted) {
 
 }  // namespace
 
-int main(int argc, char **argv) {
+static int run(int argc, char **argv) {
     CLI::App app("The ovk_bw kernel module on a simulated chip.", "ovk-sim");
     request wanted;
 
     describe(app, wanted);
     try {
         app.parse(argc, argv);
-        return execute(app, wanted);
     } catch (const CLI::ParseError &error) {
         return app.exit(error) == 0 ? exit_ok : exit_unusable;
+    }
+    return execute(app, wanted);
+}
+
+int main(int argc, char **argv) {
+    try {
+        return run(argc, argv);
     } catch (const std::exception &error) {
-        std::cerr << "error: " << error.what() << "\n";
+        std::fprintf(stderr, "error: %s\n", error.what());
         return exit_unusable;
     }
 }
