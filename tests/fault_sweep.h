@@ -14,11 +14,12 @@ namespace tests {
 using host::fault_kind;
 
 inline constexpr fault_kind all_kinds[] = {fault_kind::allocation, fault_kind::mapping,
-                                           fault_kind::node, fault_kind::property,
-                                           fault_kind::attribute};
+                                           fault_kind::node,       fault_kind::property,
+                                           fault_kind::attribute,  fault_kind::mask};
 
 inline const char *name_of(fault_kind kind) {
-    static constexpr std::array names = {"allocation", "mapping", "node", "property", "attribute"};
+    static constexpr std::array names = {"allocation", "mapping",   "node",
+                                         "property",   "attribute", "mask"};
 
     return names.at(static_cast<std::size_t>(kind));
 }
@@ -35,7 +36,9 @@ std::uint64_t sweep(rig &r, fault_kind kind, const std::string &what, A attempt,
         r.machine().clear_faults();
         if (r.machine().requests(kind) - before < n) {
             testing::Test::RecordProperty(name_of(kind), std::to_string(n - 1));
-            std::cout << what << ": " << n - 1 << " points, " << name_of(kind) << "\n";
+            if (n > 1) {
+                std::cout << what << ": " << n - 1 << " points, " << name_of(kind) << "\n";
+            }
             return n - 1;
         }
         judge(n);

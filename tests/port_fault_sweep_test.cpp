@@ -139,17 +139,4 @@ TEST_P(fault_sweep_of_ports, report_what_is_left_and_stop_the_hardware) {
     EXPECT_EQ(unstopped, param.unstopped);
 }
 
-TEST(fault_sweep_of_port_stores, has_nothing_to_fail) {
-    rig r(swept_chip(false));
-    set_up(r);
-
-    for (const fault_kind kind : all_kinds) {
-        const std::uint64_t before = r.machine().requests(kind);
-        for (const char *attribute : {"bw_larb", "bw_scomm", "bw_emi", "bw_emi_detail"}) {
-            r.write(attribute, "1\n");
-        }
-        EXPECT_EQ(r.machine().requests(kind), before) << name_of(kind);
-    }
-}
-
 }  // namespace tests
