@@ -3,9 +3,9 @@
 // these points is pinned: a new request shows, and with it the question of what its failure does.
 #include <algorithm>
 #include <functional>
-#include <regex>
 
 #include "tests/fault_sweep.h"
+#include "tests/pattern.h"
 #include "tests/rig.h"
 
 namespace tests {
@@ -33,7 +33,7 @@ INSTANTIATE_TEST_SUITE_P(zt430, fault_sweep_of_loading,
 
 // What a load may log besides the lines of a good one.
 bool is_failure_message(const std::string &line) {
-    static const std::regex permitted(
+    static const std::string permitted(
         "<3>\\[OVK_BW\\](Failed to fetch dramc info|no module list|set_module_list error"
         "|set_fifo_list error|Failed to init ovk_bw_(setup_dram_config|setup_emi_arch_config"
         "|measure_init)|get_module_id_by_name fail|set set_bw_monitor_default_cfg error"
@@ -41,7 +41,7 @@ bool is_failure_message(const std::string &line) {
         "|<[35]>\\[OVK_BW\\]\\w+ create attribute error"
         "|<3>\\[OVK_BW\\] fifo_cnt: [0-5]|<6>\\[OVK_BW\\] OVK EFFI Remove");
 
-    return std::regex_match(line, permitted);
+    return matches(line, permitted);
 }
 
 // The message that ends a log, but for the removals that follow it.
@@ -169,19 +169,19 @@ bool is_stopped(rig &r, const std::vector<running_bits> &bits) {
 }
 
 bool is_measuring_message(const std::string &line) {
-    static const std::regex permitted(
+    static const std::string permitted(
         "<3>\\[OVK_BW\\](/soc/\\w+@\\w+: of_iomap failed"
         "|Can't find (SMI LARB|SMI COMMON|effi_monitor|EMI|EMI_DISPATCH) device base!!"
         "|can't get property: (in|out)put-port-nr|Can't get smi common port info!!)");
 
-    return std::regex_match(line, permitted);
+    return matches(line, permitted);
 }
 
 // A report that came to its end, or to the end of the page.
 bool is_complete(const std::string &report) {
-    static const std::regex status("[^]*Status: [^\n]*(SAFE|WARNING|DANGER)[^\n]*\n\033\\[K\n");
+    static const std::string status("[^]*Status: [^\n]*(SAFE|WARNING|DANGER)[^\n]*\n\033\\[K\n");
 
-    return report.size() == 4095 || std::regex_match(report, status);
+    return report.size() == 4095 || matches(report, status);
 }
 
 void expect_permitted_read(fault_kind kind, std::uint64_t n, const host::machine::read_result &read,

@@ -842,6 +842,63 @@ TEST(bus_layout, no_theoretical_bandwidth_and_no_ports_mean_no_usage) {
     EXPECT_EQ(rig(port_chip()).loaded().machine().write("bw_bus", "1\n"), -13);
 }
 
+// 300 and 200 MB/s at 80 % are 375 and 250 on the bus; 256 and 512 of 1024 requests are 25 and 50
+// %.
+TEST(port_debug_log, follows_every_measured_direction_of_a_larb_port) {
+    rig r(port_chip());
+    r.loaded();
+    set_traffic(r, {larb(0, 3,
+                         {.read = 300,
+                          .write = 200,
+                          .efficiency = 80,
+                          .ultra = 25,
+                          .preultra = 50,
+                          .burst = 9})});
+    r.write("debug_log_on", "1\n");
+    clean_read(r, "bw_larb");
+
+    const lines shares = {
+        "<1>[OVK-BW] cnt_ultra: 256, cnt_pultra: 512 CMD_NUM: 1024\033[K",
+        "<1>[OVK-BW] r_ultra: 25, r_pultra: 50, burst: 9\033[K",
+    };
+    EXPECT_EQ(
+        r.log(),
+        (lines{"<1>[OVK-BW] SMI Larb: 0 port: 3 type: R\033[K", "<1>[OVK-BW] r_bw: 300, effi: 80, ",
+               shares[0], shares[1], "<1>[OVK-BW] larb_data_bw: 300, larb_bus_bw: 375 \033[K",
+               "<1>\033[K", "<1>[OVK-BW] SMI Larb: 0 port: 3 type: W\033[K",
+               "<1>[OVK-BW] w_bw: 200, effi: 80, ", shares[0], shares[1],
+               "<1>[OVK-BW] larb_data_bw: 500, larb_bus_bw: 625 \033[K", "<1>\033[K"}));
+}
+
+TEST(port_debug_log, follows_every_measured_input_of_an_SMI_common) {
+    rig r(port_chip());
+    r.loaded();
+    set_traffic(r, {input(0, 3, {.write = 40, .efficiency = 80, .preultra = 100, .burst = 6})});
+    r.write("debug_log_on", "4294967295\n");
+    clean_read(r, "bw_scomm");
+
+    EXPECT_EQ(r.log(), (lines{"<1>[OVK-BW] SMI Common: 0 port: 3\033[K",
+                              "<1>[OVK-BW] r_bw: 0, w_bw: 40, effi: 80, ",
+                              "<1>[OVK-BW] cnt_ultra: 0, cnt_pultra: 1024 CMD_NUM: 1024\033[K",
+                              "<1>[OVK-BW] r_ultra: 0, r_pultra: 100, burst: 6\033[K"}));
+}
+
+// At the EMI the monitor is waited for once for each channel.
+TEST(port_debug_log, names_an_efficiency_monitor_that_hangs) {
+    rig r(port_chip()
+              .with_property("/emi_arch", "emi-effi-monitor", "")
+              .with_u32("/emi_arch", "emi_port_cnt", 2));
+    r.loaded();
+    set_traffic(r, {emi(0, {.read = 100}), emi(1, {.read = 100})});
+    r.write("debug_log_on", "1\n");
+    clean_read(r, "bw_emi");
+    r.log();
+    ASSERT_TRUE(r.chip().hang("effi_monitor1"));
+    clean_read(r, "bw_emi");
+
+    EXPECT_EQ(r.log(), (lines{"<1>[OVK-BW] EFFI [P1] time out", "<1>[OVK-BW] EFFI [P1] time out"}));
+}
+
 // The lock is held by somebody else's measurement.
 TEST(port_reports_in_turn, a_reader_that_is_killed_while_waiting_measures_nothing) {
     rig r(port_chip());
@@ -858,6 +915,23 @@ TEST(port_reports_in_turn, a_reader_that_is_killed_while_waiting_measures_nothin
         ovk_kernel_mutex_unlock(&ovk_measurement_mutex);
     }
     EXPECT_EQ(r.trace(), lines{});
+}
+
+// Without the signal the run would be given up after twice 49 days.
+TEST(port_reports_in_turn, a_reader_that_is_killed_while_the_EMI_counts_stops_the_monitor) {
+    rig r(port_chip());
+    r.loaded();
+    r.write("bw_emi", "4294967295\n");
+    r.log();
+    ASSERT_TRUE(r.chip().hang("emi_cen0"));
+
+    auto reader = std::async(std::launch::async, [&] { return r.machine().read("bw_bus").text; });
+    while (reader.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready) {
+        r.machine().kill_waiters();
+    }
+    EXPECT_EQ(reader.get(), "0%\n");
+    EXPECT_EQ(r.log(), lines{});
+    EXPECT_EQ(left_on(r), lines{});
 }
 
 }  // namespace tests

@@ -10,13 +10,14 @@ namespace tests {
 
 namespace {
 
+constexpr std::size_t page_text = 4095;
+
 // Reads and expects that this takes so long, in microseconds.
 std::string timed_read(rig &r, const std::string &attribute, std::uint64_t wait_us) {
     const std::uint64_t before = r.machine().waited_us();
     const std::string text = r.read(attribute);
 
     EXPECT_EQ(r.machine().waited_us() - before, wait_us) << attribute;
-    EXPECT_LT(text.size(), 4095u) << attribute;
     return text;
 }
 
@@ -39,9 +40,18 @@ void expect_larbs(rig &r, const port_oracle &oracle, std::uint32_t time_ms) {
     }
 }
 
+// A report that fills the page says what has room there.
 void expect_commons(rig &r, const port_oracle &oracle) {
-    EXPECT_EQ(port_rows(timed_read(r, "bw_scomm", oracle.common_wait_us())),
-              oracle.common_report());
+    const std::string report = timed_read(r, "bw_scomm", oracle.common_wait_us());
+    lines expected = oracle.common_report();
+    lines rows = port_rows(report);
+
+    if (report.size() == page_text) {
+        rows.pop_back();
+        ASSERT_GT(expected.size(), rows.size());
+        expected.resize(rows.size());
+    }
+    EXPECT_EQ(rows, expected);
 }
 
 void expect_emi(rig &r, const port_oracle &oracle, std::uint32_t dram_clock) {
@@ -253,9 +263,7 @@ TEST_P(port_reports, agree_with_every_scenario_that_comes_with_the_chip) {
         const port_oracle oracle(r.loaded().machine().tree(), traffic, 16);
         expect_larbs(r, oracle, 16);
         expect_emi(r, oracle, GetParam().dram_clock);
-        if (GetParam().soc != std::string("zt440")) {
-            expect_commons(r, oracle);
-        }
+        expect_commons(r, oracle);
     }
 }
 

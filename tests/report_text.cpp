@@ -3,23 +3,23 @@
 
 #include <algorithm>
 #include <cctype>
-#include <regex>
 #include <sstream>
+
+#include "tests/pattern.h"
 
 namespace tests {
 
 // The name of a module may hold blanks no more than its domain.
 std::vector<expected_row> table_rows(const std::string &report) {
-    static const std::regex row(
-        "^ *(\\d+) +(\\S+) +(\\S+) +(\\d+) +(\\d+) +(\\d+) +(\\d+) +(\\d+)$");
+    static const std::string row = " *\\d+ +(\\S+) +\\S+ +(\\d+) +(\\d+) +(\\d+) +(\\d+) +(\\d+)";
     std::vector<expected_row> rows;
     std::istringstream text(plain(report));
-    std::smatch found;
 
     for (std::string line; std::getline(text, line);) {
-        if (std::regex_match(line, found, row)) {
-            rows.push_back({found[2], std::stoull(found[4]), std::stoull(found[5]),
-                            std::stoull(found[6]), std::stoull(found[7]), std::stoull(found[8])});
+        const lines found = groups_of(line, row);
+        if (!found.empty()) {
+            rows.push_back({found[0], std::stoull(found[1]), std::stoull(found[2]),
+                            std::stoull(found[3]), std::stoull(found[4]), std::stoull(found[5])});
         }
     }
     return rows;
@@ -34,7 +34,7 @@ void enable_all(rig &r, std::uint32_t time_ms) {
     r.machine().take_log();
 }
 
-static lines words_of(const std::string &line) {
+lines words_of(const std::string &line) {
     std::istringstream text(line);
     lines words;
 

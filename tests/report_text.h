@@ -26,6 +26,8 @@ std::vector<expected_row> table_rows(const std::string &report);
 // Enables every module for the total report.
 void enable_all(rig &r, std::uint32_t time_ms);
 
+lines words_of(const std::string &line);
+
 // Titles and rows of a port report, with single blanks between the words, without legends and
 // column titles. The larb report ends with the row of its totals.
 lines port_rows(const std::string &report);

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "tests/rig.h"
 
-#include <regex>
-
 namespace tests {
 
 static bool is_port_setting(const soc::preset &preset) {
@@ -23,12 +21,6 @@ void rig::set_scenario(const soc::scenario &traffic) {
                        preset.value);
         }
     }
-}
-
-std::string plain(const std::string &text) {
-    static const std::regex control("\033\\[[0-9;]*[A-Za-z]");
-
-    return std::regex_replace(text, control, "");
 }
 
 }  // namespace tests

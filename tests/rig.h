@@ -83,9 +83,6 @@ class rig {
     sim::simulator simulator_;
 };
 
-// The text without terminal control sequences.
-std::string plain(const std::string &text);
-
 using lines = std::vector<std::string>;
 
 }  // namespace tests

@@ -4,10 +4,10 @@
 // says whether the module is loaded before the first command.
 #include <filesystem>
 #include <fstream>
-#include <regex>
 #include <sstream>
 
 #include "sim/console.h"
+#include "tests/pattern.h"
 #include "tests/rig.h"
 
 namespace tests {
@@ -42,10 +42,6 @@ session read_session(const std::filesystem::path &path) {
     return script;
 }
 
-std::string visible(const std::string &text) {
-    return std::regex_replace(text, std::regex("\033"), "ESC");
-}
-
 std::vector<std::string> session_names() {
     std::vector<std::string> names;
 
@@ -74,7 +70,7 @@ TEST_P(sessions, prints_what_it_must) {
     for (const step &each : script.steps) {
         std::ostringstream out;
         sim::console(r.simulator(), out).execute(each.command);
-        EXPECT_EQ(visible(out.str()), each.output) << each.command;
+        EXPECT_EQ(replaced(out.str(), "\033", "ESC"), each.output) << each.command;
     }
 }
 

@@ -2,6 +2,7 @@
 // The total report byte for byte, at its limits, and what it refuses.
 #include <fstream>
 
+#include "tests/pattern.h"
 #include "tests/rig.h"
 
 namespace tests {

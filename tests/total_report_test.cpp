@@ -3,6 +3,7 @@
 #include <sstream>
 
 #include "tests/oracle.h"
+#include "tests/pattern.h"
 #include "tests/random_traffic.h"
 #include "tests/report_text.h"
 #include "tests/rig.h"

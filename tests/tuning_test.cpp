@@ -2,10 +2,10 @@
 // docs/tuning.md: its commands print what it says. Colours, cursor movements, blanks at the end of
 // a line and empty lines at the end of an output are not in the document.
 #include <fstream>
-#include <regex>
 #include <sstream>
 
 #include "sim/console.h"
+#include "tests/pattern.h"
 #include "tests/rig.h"
 
 namespace tests {
@@ -40,22 +40,22 @@ lines as_documented(const std::string &output) {
 }
 
 walk read_walk(const std::string &path) {
-    static const std::regex start(R"(\./run --soc (\w+) --scenario (\w+) console)");
+    static const std::string start = R"(\./run --soc (\w+) --scenario (\w+) console)";
     std::ifstream file(path);
     walk found;
     bool in_session = false;
 
     for (std::string line; std::getline(file, line);) {
-        std::smatch chip;
+        const lines chip = groups_of(line, start);
         if (line.starts_with("```")) {
             in_session = line == "```console";
         } else if (in_session && line.starts_with("> ")) {
             found.steps.push_back({line.substr(2), {}});
         } else if (in_session) {
             found.steps.at(found.steps.size() - 1).output.push_back(line);
-        } else if (std::regex_match(line, chip, start)) {
-            found.soc = chip[1];
-            found.scenario = chip[2];
+        } else if (!chip.empty()) {
+            found.soc = chip[0];
+            found.scenario = chip[1];
         }
     }
     return found;

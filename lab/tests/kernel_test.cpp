@@ -7,13 +7,15 @@
 #include <chrono>
 #include <future>
 #include <map>
-#include <regex>
 #include <sstream>
 
 #include "lab/tests/guest.h"
 #include "sim/simulator.h"
 #include "soc/register_file.h"
 #include "tests/oracle.h"
+#include "tests/pattern.h"
+#include "tests/port_oracle.h"
+#include "tests/report_text.h"
 #include "tests/rig.h"
 
 namespace lab {
@@ -83,22 +85,6 @@ std::string enable_all(const devicetree::flat_tree &tree, std::uint32_t time_ms)
     return commands;
 }
 
-// Rows of the full table.
-std::vector<expected_row> table_rows(const std::string &report) {
-    static const std::regex row(
-        "^ *(\\d+) +(\\S+) +(\\S+) +(\\d+) +(\\d+) +(\\d+) +(\\d+) +(\\d+)$");
-    std::vector<expected_row> rows;
-    std::smatch found;
-
-    for (const std::string &line : lines_of(tests::plain(report))) {
-        if (std::regex_match(line, found, row)) {
-            rows.push_back({found[2], std::stoull(found[4]), std::stoull(found[5]),
-                            std::stoull(found[6]), std::stoull(found[7]), std::stoull(found[8])});
-        }
-    }
-    return rows;
-}
-
 // A rate is measured while the guest sleeps: never for less than the time asked for, but for more
 // on a machine that is late to wake it. One unit is lost to rounding.
 bool rate_agrees(std::uint64_t measured, std::uint64_t expected, unsigned excess_percent) {
@@ -149,7 +135,7 @@ std::string describe(const expected_row &row) {
 std::string objections_to(const std::string &report, const devicetree::flat_tree &tree,
                           const expected_report &expected, unsigned excess_percent) {
     const auto sources = tests::sources_by_module(tree);
-    const auto rows = table_rows(report);
+    const auto rows = tests::table_rows(report);
     std::string result;
 
     const bool page_full = report.size() >= page_bytes - 1;
@@ -163,6 +149,58 @@ std::string objections_to(const std::string &report, const devicetree::flat_tree
         const bool single = own != sources.end() && own->second.size() == 1;
         if (!row_agrees(rows[i], expected.rows[i], single, excess_percent)) {
             result += "measured " + describe(rows[i]) + "expected " + describe(expected.rows[i]);
+        }
+    }
+    return result;
+}
+
+// Columns of a row of a port report that are rates measured while the guest sleeps. Of the row of a
+// larb report's totals, the efficiency is a quotient of two of them.
+std::vector<std::size_t> rate_columns(const lines &words) {
+    if (words[0] == "In" || words[0] == "Out") {
+        return {2, 3};
+    }
+    return words.size() == 11 ? std::vector<std::size_t>{4, 5} : std::vector<std::size_t>{};
+}
+
+bool port_row_agrees(const std::string &row, const std::string &expected) {
+    const lines measured_words = tests::words_of(row);
+    lines words = tests::words_of(expected);
+
+    if (measured_words.size() != words.size()) {
+        return false;
+    }
+    if (words.size() == 3 && std::isdigit(words[0][0]) != 0) {
+        return rate_agrees(std::stoull(measured_words[0]), std::stoull(words[0]),
+                           quiet_machine_percent) &&
+               about(std::stoull(measured_words[1]), std::stoull(words[1])) &&
+               rate_agrees(std::stoull(measured_words[2]), std::stoull(words[2]),
+                           quiet_machine_percent);
+    }
+    for (const std::size_t column : rate_columns(words)) {
+        if (rate_agrees(std::stoull(measured_words[column]), std::stoull(words[column]),
+                        quiet_machine_percent)) {
+            words[column] = measured_words[column];
+        }
+    }
+    return measured_words == words;
+}
+
+// The same for a port report; one that fills the page is judged by what has room there.
+std::string objections_to_ports(const std::string &report, lines expected) {
+    lines rows = tests::port_rows(report);
+    std::string result;
+
+    if (report.size() >= page_bytes - 1 && rows.size() < expected.size()) {
+        rows.pop_back();
+        expected.resize(rows.size());
+    }
+    if (rows.size() != expected.size()) {
+        return "incomplete report:\n" + tests::plain(report);
+    }
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        if (!port_row_agrees(rows[i], expected[i])) {
+            result += "measured " + rows[i] + "\nexpected " + expected[i] + "\n";
         }
     }
     return result;
@@ -224,46 +262,98 @@ TEST(kernel, publishes_24_attributes_with_their_modes_and_pulls_in_the_siblings)
     EXPECT_EQ(guest.section_lines("modules"),
               (lines{"ovk_bw -", "ovk_smi_tv ovk_bw,", "ovk_dramc ovk_bw,"}));
     const std::string information = guest.section("modinfo");
-    EXPECT_TRUE(std::regex_search(information, std::regex("\nlicense: +GPL\n"))) << information;
-    EXPECT_TRUE(std::regex_search(information, std::regex("\ndepends: +ovk-dramc,ovk-smi-tv\n")))
-        << information;
-    EXPECT_TRUE(std::regex_search(information, std::regex("filename: +.*/ovk_bw.ko\n")))
-        << information;
+    for (const char *line :
+         {"\nlicense: +GPL\n", "\ndepends: +ovk-dramc,ovk-smi-tv\n", "filename: +.*/ovk_bw.ko\n"}) {
+        EXPECT_TRUE(tests::contains(information, line)) << line << information;
+    }
 }
 
-class chip : public testing::TestWithParam<chip_facts> {};
+class chip : public testing::TestWithParam<chip_facts> {
+  protected:
+    // What `judge` says of what the commands printed on the chip; empty: all is right. Another
+    // attempt is for a machine that was busy.
+    template <class J>
+    std::string objections_on_chip(const std::string &commands, J judge) const {
+        constexpr int attempts = 3;
+        std::string objections;
+
+        for (int attempt = 0; attempt < attempts; ++attempt) {
+            const boot_files files;
+            const ending guest = run(files, {"--soc", GetParam().soc}, commands);
+            EXPECT_EQ(guest.status, 0) << guest.err;
+            objections = judge(guest, soc::register_file(files.path("registers")));
+            if (guest.status != 0 || objections.empty()) {
+                break;
+            }
+        }
+        return objections;
+    }
+
+    const devicetree::flat_tree tree_ = sim::chip_tree(GetParam().soc);
+    const soc::scenario traffic_ = sim::find_scenario(GetParam().soc, "playback");
+};
 
 INSTANTIATE_TEST_SUITE_P(kernel, chip, testing::ValuesIn(chips()),
                          [](const auto &each) { return std::string(each.param.soc); });
 
 TEST_P(chip, has_its_monitors_bound_and_configured_and_reports_the_traffic_put_in) {
     constexpr std::uint32_t time_ms = 100;
-    constexpr int attempts = 3;
-    const auto tree = sim::chip_tree(GetParam().soc);
-    const auto expected = tests::expect_total(tree, sim::find_scenario(GetParam().soc, "playback"),
-                                              GetParam().dram_clock, time_ms);
-    std::string objections;
-
-    // Another attempt is for a machine that was busy.
-    for (int attempt = 0; attempt < attempts && (attempt == 0 || !objections.empty()); ++attempt) {
-        const boot_files files;
-        const ending guest = run(files, {"--soc", GetParam().soc}, enable_all(tree, time_ms) + R"(
-            echo @@bound
-            ls -d ../ovk-effi/*.effi_monitor* | wc -l
-            echo @@report
-            cat bw_total
-        )");
-        ASSERT_EQ(guest.status, 0) << guest.err;
-        objections = objections_to(guest.section("report"), tree, expected, quiet_machine_percent);
-
-        const auto monitors = monitors_of(tree);
+    const auto expected = tests::expect_total(tree_, traffic_, GetParam().dram_clock, time_ms);
+    const auto monitors = monitors_of(tree_);
+    const auto judge = [&](const ending &guest, const soc::register_file &registers) {
         EXPECT_EQ(guest.section_lines("bound"), lines{std::to_string(monitors.size())});
-        const soc::register_file registers(files.path("registers"));
         for (const devicetree::node *monitor : monitors) {
             EXPECT_EQ(row_of(registers, *monitor), GetParam().effi_row) << monitor->name;
         }
+        return objections_to(guest.section("report"), tree_, expected, quiet_machine_percent);
+    };
+
+    EXPECT_EQ(objections_on_chip(enable_all(tree_, time_ms) + R"(
+        echo @@bound
+        ls -d ../ovk-effi/*.effi_monitor* | wc -l
+        echo @@report
+        cat bw_total
+    )",
+                                 judge),
+              "");
+}
+
+TEST_P(chip, reports_the_traffic_put_in_port_by_port) {
+    constexpr std::uint32_t time_ms = 20;
+    const tests::port_oracle oracle(tree_, traffic_, time_ms);
+    const std::uint32_t modules =
+        static_cast<std::uint32_t>(tests::sources_by_module(tree_).size());
+    std::string commands = "echo 20 >bw_scomm\necho 20 >bw_emi\n";
+
+    for (std::uint32_t id = 0; id < modules; ++id) {
+        const std::string number = std::to_string(id);
+        commands += "echo @@larb" + number + "\necho " + number + " 20 >bw_larb\ncat bw_larb\n";
     }
-    EXPECT_EQ(objections, "");
+    commands += R"(
+        echo @@common
+        cat bw_scomm
+        echo @@emi
+        cat bw_emi
+        echo @@detail
+        echo 1 >bw_emi_detail
+        cat bw_emi
+        echo @@bus
+        cat bw_bus
+    )";
+    const auto judge = [&](const ending &guest, const soc::register_file &) {
+        std::string objections;
+        for (std::uint32_t id = 0; id < modules; ++id) {
+            objections += objections_to_ports(guest.section("larb" + std::to_string(id)),
+                                              oracle.larb_report(id));
+        }
+        EXPECT_EQ(tests::port_rows(guest.section("emi")), oracle.emi_total());
+        EXPECT_EQ(tests::port_rows(guest.section("detail")), oracle.emi_detail());
+        EXPECT_EQ(guest.section("bus"),
+                  std::to_string(oracle.bus_percent(GetParam().dram_clock)) + "%\n");
+        return objections + objections_to_ports(guest.section("common"), oracle.common_report());
+    };
+
+    EXPECT_EQ(objections_on_chip(commands, judge), "");
 }
 
 namespace {
@@ -323,7 +413,7 @@ TEST(kernel, restores_the_rows_of_the_monitors_after_a_sleep) {
     EXPECT_EQ(guest.status, 0) << guest.err;
     const std::string count = std::to_string(monitors.size());
     const std::string both = count + " OVK EFFI Resume\n" + count + " OVK EFFI Suspend\n";
-    EXPECT_EQ(std::regex_replace(guest.out, std::regex("(^|\n) +"), "$1"), both + both);
+    EXPECT_EQ(tests::replaced(guest.out, "(^|\n) +", "$1"), both + both);
     const soc::register_file registers(files.path("registers"));
     for (const devicetree::node *monitor : monitors) {
         EXPECT_EQ(row_of(registers, *monitor), chips()[2].effi_row) << monitor->name;
@@ -493,12 +583,12 @@ lines log_on_host(const devicetree::flat_tree &good, const bad_tree &bad) {
 
 // "<3>[    2.5] text" without the time; the module's own lines.
 lines module_log(const lines &kernel_log) {
-    static const std::regex own("<([0-9])>\\[ *[0-9.]+\\] (.*(OVK|effi table|chip dram).*)");
+    static const std::string own = "<([0-9])>\\[ *[0-9.]+\\] (.*(OVK|effi table|chip dram).*)";
     lines result;
-    std::smatch found;
     for (const std::string &line : kernel_log) {
-        if (std::regex_match(line, found, own)) {
-            result.push_back("<" + found[1].str() + ">" + found[2].str());
+        const lines found = tests::groups_of(line, own);
+        if (!found.empty()) {
+            result.push_back("<" + found[0] + ">" + found[1]);
         }
     }
     return result;
@@ -574,6 +664,51 @@ TEST(kernel, loads_without_channels_of_the_dram_controller) {
     const lines log = module_log(lines_of(guest.out));
     EXPECT_EQ(std::count(log.begin(), log.end(), "<3>[OVK_BW]Failed to fetch dramc info"), 1);
     EXPECT_EQ(std::count(log.begin(), log.end(), "<6>chip dram clock:[3200]"), 1);
+}
+
+// Two processes: one tests in a loop until the other says that it is enough.
+TEST(kernel, carries_settings_to_the_siblings_and_to_other_processes_and_says_what_was_refused) {
+    const boot_files files;
+    const ending guest = run(files, {"--soc", "zt410"}, R"(
+        sibling=/sys/module/ovk_smi_tv/parameters
+        new() { dmesg -c | grep -o '[[]OVK_BW].*'; }
+        new
+        echo @@mask
+        echo 1 4 1 >mask || exit
+        cat $sibling/last_id $sibling/last_port $sibling/last_enable
+        echo 1 >$sibling/refuse
+        echo 0 2 1 >mask || exit
+        cat $sibling/last_id $sibling/last_port $sibling/last_enable
+        new
+        echo @@cpupri
+        echo 2 1 0x80000000 0x100000 >cpupri || exit
+        echo 1 3 0x80000000 0x100000 >cpupri && exit 1
+        cat cpupri cpupri_slot
+        echo @@loop
+        echo 1 1 >fake_eng_loop
+        (echo 1 80000000 1000 2 a5a5 >fake_engine; echo ended) >/tmp/looping &
+        sleep 1
+        cat /tmp/looping fake_engine
+        echo 1 0 >fake_eng_loop
+        wait
+        cat /tmp/looping fake_engine
+    )");
+
+    EXPECT_EQ(guest.status, 0) << guest.err;
+    EXPECT_EQ(guest.section("mask"),
+              "1\n4\nY\n0\n2\nY\n"
+              "[OVK_BW]MIU2GMC ID = 1, port= 4, enable=1\n"
+              "[OVK_BW]MIU2GMC ID = 0, port= 2, enable=1\n"
+              "[OVK_BW]Mask error!!\n");
+    const soc::register_file registers(files.path("registers"));
+    const auto tree = sim::chip_tree("zt410");
+    EXPECT_EQ(registers.get32(tree.by_name("miu2gmc1")->reg.at(0).start + 0x40), 1u << 4);
+    EXPECT_EQ(registers.get32(tree.by_name("miu2gmc0")->reg.at(0).start + 0x40), 0u);
+    EXPECT_NE(guest.err.find("Operation not permitted"), std::string::npos) << guest.err;
+    EXPECT_EQ(guest.section("cpupri"), "scope:1 - start addr:0x80000000, end addr:0x800fffff\n0\n");
+    EXPECT_EQ(tests::plain(guest.section("loop")),
+              "Fake engine 0: NO RESULT\nFake engine 1: NO RESULT\n"
+              "ended\nFake engine 0: NO RESULT\nFake engine 1: PASS\n");
 }
 
 }  // namespace lab
