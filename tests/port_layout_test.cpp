@@ -322,6 +322,44 @@ TEST(larb_limits, time_and_clock_of_0_and_long_times_do_what_the_arithmetic_says
     EXPECT_EQ(r.machine().waited_us(), 3 * 5'016'000u + 2 * 999);
 }
 
+// Each port reads and writes 0x0fffffff units of 16 bytes in 1 ms, 4,294,967 MB/s, at 1 %:
+// 429,496,700 on the bus. Twelve of these are 5,153,960,400, in 32 bits 858,993,104. With ten of
+// them and twice 148 MB/s at 100 %, the lower 32 bits are 0.
+TEST(larb_limits, sums_have_64_bits_and_the_efficiency_divides_by_32_of_them) {
+    const auto totals_of = [](const std::vector<std::string> &ports) {
+        rig r(port_chip(ports));
+        r.loaded();
+        for (const auto &[place, value] : {std::pair{"larb0+0x418", 0x0fffffffu},
+                                           {"larb1+0x418", 9250u},
+                                           {"smi_common0+0x220", 4u},
+                                           {"effi_monitor0+0x34", 1u},
+                                           {"effi_monitor0+0x2c", 1u},
+                                           {"effi_monitor1+0x34", 1u},
+                                           {"effi_monitor1+0x2c", 100u}}) {
+            r.pin(place, value);
+        }
+        r.write("bw_larb", "0 1\n");
+        return port_rows(clean_read(r, "bw_larb")).back();
+    };
+
+    EXPECT_EQ(totals_of({"0 1 2 3 4 5"}), "51539604 6 5153960400");
+    EXPECT_EQ(totals_of({"0 1 2 3 4", "0"}), "42949966 0 4294967296");
+}
+
+// The monitor takes any number; the settings of a port end with their registers.
+TEST(larb_limits, ports_beyond_the_last_one_have_the_settings_that_have_a_register) {
+    rig r(port_chip({"3 33 128"}));
+    r.loaded();
+    r.pin("larb0+0x284", 0x1ab);
+    r.pin("larb0+0x078", ~0u);
+    r.pin("larb0+0x07c", ~0u);
+    const std::string report = clean_read(r, "bw_larb");
+
+    EXPECT_EQ(row_with(report, "3 "), "3 0 1 1 0 0 0 0 0 0 0");
+    EXPECT_EQ(row_with(report, "33 "), "33 ab 0 0 0 0 0 0 0 0 0");
+    EXPECT_EQ(row_with(report, "128 "), "128 0 0 0 0 0 0 0 0 0 0");
+}
+
 TEST(larb_failures, a_larb_that_cannot_be_had_ends_the_measurement_and_not_the_report) {
     for (const auto kind : {host::fault_kind::node, host::fault_kind::mapping}) {
         rig r(port_chip({"3", "4", "5"}));
@@ -365,6 +403,15 @@ TEST(larb_failures, a_port_without_efficiency_shows_its_data_alone) {
         EXPECT_EQ(r.log(), each.log) << each.name;
         r.machine().clear_faults();
     }
+}
+
+TEST(larb_failures, a_larb_whose_common_is_unknown_has_no_efficiency) {
+    rig r(port_chip().without_property("/larb0@1c015000", "quorix,smi"));
+    r.loaded();
+    set_traffic(r, {larb(0, 3, {.read = 100})});
+
+    EXPECT_EQ(row_with(clean_read(r, "bw_larb"), "3 "), "3 0 0 0 100 0 100 0 0 0 0");
+    EXPECT_EQ(r.log(), lines{});
 }
 
 TEST(larb_failures, a_monitor_that_hangs_costs_its_poll_limit_in_both_directions) {
@@ -763,8 +810,38 @@ TEST(emi_failures, a_channel_that_hangs_is_stopped_logged_and_zero) {
 
     EXPECT_EQ(wait_of(r, "bw_emi"), 2 * (2 * 16'000u + 100'000));
     EXPECT_EQ(r.log(), lines(2, emi_time_out));
-    EXPECT_EQ(row_with(clean_read(r, "bw_emi"), "ALL"), "ALL 0 0 - 0 -");
+    const std::string report = clean_read(r, "bw_emi");
+    EXPECT_EQ(row_with(report, "2 "), "2 0 70 1 0 0");
+    EXPECT_EQ(row_with(report, "ALL"), "ALL 0 0 - 0 -");
     EXPECT_EQ(clean_read(r, "bw_bus"), "0%\n");
+}
+
+// Only channel 0 is asked whether it is done; the other one has counted nothing.
+TEST(emi_failures, a_channel_behind_the_first_is_not_waited_for) {
+    rig r(port_chip());
+    r.loaded();
+    set_traffic(r, {emi(2, {.read = 300})});
+    ASSERT_TRUE(r.chip().hang("emi_cen1"));
+
+    EXPECT_EQ(wait_of(r, "bw_emi"), 2 * 16'000u);
+    EXPECT_EQ(row_with(clean_read(r, "bw_emi"), "2 "), "2 150 70 1 214 100");
+    EXPECT_EQ(r.log(), lines{});
+}
+
+TEST(emi_failures, a_dispatch_block_that_cannot_be_mapped_is_named_at_every_switch) {
+    rig r(port_chip().with_u32("/emi_arch", "emi_port_cnt", 1));
+    r.loaded();
+    r.machine().fail_named(host::fault_kind::mapping, "emi_dispatch0");
+    clean_read(r, "bw_bus");
+
+    // On and off around the measurement, the group and the clean-up, and for each of six slots.
+    lines expected;
+    for (int switched = 0; switched < 1 + 2 * 6 + 2 + 1 + 2; switched++) {
+        expected.push_back(unmapped("emi_dispatch0@1c012000"));
+        expected.push_back("<3>[OVK_BW]Can't find EMI_DISPATCH device base!!");
+    }
+    EXPECT_EQ(r.log(), expected);
+    r.machine().clear_faults();
 }
 
 // One port and two channels: the second finds the monitor reset, so half of the efficiency is left.
@@ -883,8 +960,10 @@ TEST(port_debug_log, follows_every_measured_input_of_an_SMI_common) {
                               "<1>[OVK-BW] r_ultra: 0, r_pultra: 100, burst: 6\033[K"}));
 }
 
-// At the EMI the monitor is waited for once for each channel.
-TEST(port_debug_log, names_an_efficiency_monitor_that_hangs) {
+// At the EMI a monitor is waited for once for each channel, and it isn't done again after a reset.
+TEST(port_debug_log, names_an_efficiency_monitor_that_is_not_done) {
+    const std::string late0 = "<1>[OVK-BW] EFFI [P0] time out";
+    const std::string late1 = "<1>[OVK-BW] EFFI [P1] time out";
     rig r(port_chip()
               .with_property("/emi_arch", "emi-effi-monitor", "")
               .with_u32("/emi_arch", "emi_port_cnt", 2));
@@ -892,11 +971,10 @@ TEST(port_debug_log, names_an_efficiency_monitor_that_hangs) {
     set_traffic(r, {emi(0, {.read = 100}), emi(1, {.read = 100})});
     r.write("debug_log_on", "1\n");
     clean_read(r, "bw_emi");
-    r.log();
+    EXPECT_EQ(r.log(), (lines{late0, late1}));
     ASSERT_TRUE(r.chip().hang("effi_monitor1"));
     clean_read(r, "bw_emi");
-
-    EXPECT_EQ(r.log(), (lines{"<1>[OVK-BW] EFFI [P1] time out", "<1>[OVK-BW] EFFI [P1] time out"}));
+    EXPECT_EQ(r.log(), (lines{late0, late1, late1}));
 }
 
 // The lock is held by somebody else's measurement.

@@ -306,4 +306,20 @@ TEST(port_trace, common_ports_are_read_all_and_written_all_before_efficiencies_a
     expect_trace(trace_of_read(r, "bw_scomm"), expected);
 }
 
+TEST(port_trace, broadcast_mode_reaches_as_many_channels_as_there_are) {
+    for (const auto &[channels, targets] :
+         {std::pair{"1", "0x00000000"}, {"2", "0x00000002"}, {"3", "0x00007f02"}}) {
+        rig r(sim::chip_tree("zt440").with_u32("/emi_arch", "emi_cnt", channels[0] - '0'));
+        r.loaded();
+        r.machine().set_tracing(true);
+        r.write("bw_emi_lmt", std::string(channels) + " 2 1\n");
+        EXPECT_EQ(r.trace(),
+                  (lines{"W32 emi_dispatch0+0x100 0x00007f7f",
+                         std::string("W32 emi_dispatch0+0x104 ") + targets, "wmb",
+                         "R32 emi_cen0+0x110 0x00000000", "W32 emi_cen0+0x110 0x00000001", "wmb",
+                         "W32 emi_dispatch0+0x100 0x00000000", "W32 emi_dispatch0+0x104 0x00000000",
+                         "wmb"}));
+    }
+}
+
 }  // namespace tests

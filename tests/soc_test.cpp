@@ -302,13 +302,13 @@ TEST_F(SocEmi, RunCompletesWithoutEnableButCountsNothing) {
 
 TEST_F(Soc, ComplainsOfAccessesThatABlockDoesNotHave) {
     bench.store("larb4", 0x410, 0, 64);
-    bench.load("larb4", 0x300);
+    bench.load("larb4", 0x600);
     bench.load("emi_cen0", 0x4e8, 16);
     bench.load("emi_cen0", 0x420, 16);
     bench.load("fifo0", 0x30, 64);
     EXPECT_EQ(bench.chip.take_complaints(),
               (complaints{"larb4+0x410: 64-bit store, not for counter",
-                          "larb4+0x300: 32-bit load, no register there",
+                          "larb4+0x600: 32-bit load, no register there",
                           "emi_cen0+0x420: 16-bit load, not for all_ports_counter"}));
 }
 
@@ -319,7 +319,7 @@ TEST_F(Soc, RefusesSourcesAndRegistersThatTheChipLacks) {
           source{source_kind::common_input, 0, 4, {}}, source{source_kind::emi_port, 0, 9, {}}}) {
         EXPECT_THROW(bench.run({missing}), std::runtime_error);
     }
-    EXPECT_THROW(bench.chip.set_scenario({"", {}, {{"larb4", 0x300, 1}}}), std::runtime_error);
+    EXPECT_THROW(bench.chip.set_scenario({"", {}, {{"larb4", 0x600, 1}}}), std::runtime_error);
     EXPECT_EQ(bench.efficiency("effi_monitor0", 0, 0)[1], 78u);
     bench.chip.set_scenario({"", {video}, {{"smi_common0", 0x220, 4}, {"fifo0", 0xfc, 3}}});
     EXPECT_EQ(bench.load("fifo0", 0xfc), 3u);

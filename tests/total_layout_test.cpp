@@ -445,6 +445,26 @@ TEST(total_layout, without_sum_and_reference_entries_no_other_module_stands_in) 
     EXPECT_NE(report.find("|   12800  |    2560  |   10240  |"), std::string::npos);
 }
 
+// TSP's input 1 is the common's monitored port 2, behind its output; without the output it is
+// port 1.
+TEST(total_layout, a_common_without_port_counts_is_measured_as_if_it_had_no_outputs) {
+    for (const std::string property : {"input-port-nr", "output-port-nr"}) {
+        rig r(small_tree());
+        r.loaded();
+        r.machine().fail_named(host::fault_kind::property, "smi_common0:" + property);
+        r.machine().set_tracing(true);
+        r.read("bw_total");
+        EXPECT_EQ(r.log(), (lines{"<3>[OVK_BW]can't get property: " + property,
+                                  "<3>[OVK_BW]Can't get smi common port info!!"}));
+        lines selections = r.trace();
+        std::erase_if(selections, [](const std::string &access) {
+            return !access.starts_with("W32 smi_common0+0x1b0");
+        });
+        EXPECT_EQ(selections, lines(2, "W32 smi_common0+0x1b0 0x00000011"));
+        r.machine().clear_faults();
+    }
+}
+
 TEST(total_input, malformed_selections_are_refused_and_change_nothing) {
     const std::string junk(4095, 'x');
     const char *refused[] = {"",

@@ -120,15 +120,24 @@ static void read_group(const measure_cfg &cfg, const port_group_run &group,
     }
 }
 
-static void measure_groups(const measure_cfg &cfg, owned_array<emi_result> &results) {
+static u32 ports_of(const port_group_run &group) {
+    return ((1u << group.count) - 1) << group.first;
+}
+
+// Returns the ports that were counted, a bit for each: those of a run that did not end are not.
+static u32 measure_groups(const measure_cfg &cfg, owned_array<emi_result> &results) {
+    u32 counted = 0;
+
     for (u32 first = 0; first < emi_port_cnt; first += emi_slots) {
         const u32 left = emi_port_cnt - first;
         const port_group_run group{first, left < emi_slots ? left : emi_slots};
         start_group(cfg, group);
         if (emi_wait_done(cfg.base[0], cfg.time)) {
             read_group(cfg, group, results);
+            counted |= ports_of(group);
         }
     }
+    return counted;
 }
 
 struct monitor_reading {
@@ -176,14 +185,21 @@ static u64 cycles_to_ns(u32 cycles) {
     return divide_or_zero(u64{cycles} * 1'000'000, emi_clock) / 1000;
 }
 
-static void read_latency(const measure_cfg &cfg, u32 port, owned_array<emi_result> &results) {
+static u64 average_latency(const register_window &channel, u32 port) {
+    const u32 cycles = channel.read32(emi_latency_sum_of(port));
+    const u32 requests = channel.read32(emi_latency_count_of(port));
+
+    return cycles_to_ns(divide_or_zero(cycles, requests));
+}
+
+// A port that was not counted keeps a latency of 0.
+static void read_latency(const measure_cfg &cfg, u32 port, bool counted,
+                         owned_array<emi_result> &results) {
     u64 sum = 0;
 
     for (u32 channel = 0; channel < emi_cnt; channel++) {
         const register_window &window = cfg.base[channel];
-        const u32 cycles = window.read32(emi_latency_sum_of(port));
-        const u32 requests = window.read32(emi_latency_count_of(port));
-        const u64 latency = cycles_to_ns(divide_or_zero(cycles, requests));
+        const u64 latency = counted ? average_latency(window, port) : 0;
         results[channel].latency[port] = latency;
         results[channel].arb[port] = window.read32(emi_arbitration_of(port));
         sum += latency;
@@ -227,13 +243,13 @@ s32 emi_measure_wrap(measure_cfg &cfg, owned_array<emi_result> &results) {
     prepare_monitors();
     enable_broadcast_mode(true);
     cfg.base[0].update_low16(emi_monitor_enable, 0, emi_monitor_enable_bit);
-    measure_groups(cfg, results);
+    const u32 counted = measure_groups(cfg, results);
     for (u32 port = 0; emi_effi_mon != 0 && port < emi_port_cnt; port++) {
         read_port_monitor(port, results);
     }
     enable_broadcast_mode(false);
     for (u32 port = 0; port < emi_port_cnt; port++) {
-        read_latency(cfg, port, results);
+        read_latency(cfg, port, ((counted >> port) & 1) != 0, results);
     }
     for (u32 port = 0; port < emi_port_cnt; port++) {
         read_settings(cfg, port, results);

@@ -23,6 +23,7 @@ inline constexpr u32 larb_monitor_max_period = 0x430;  // SMI clock cycles
 inline constexpr u32 larb_ports_max = 32;
 inline constexpr u32 larb_force_ultra = 0x78;  // a bit for each port
 inline constexpr u32 larb_force_pultra = 0x7c;
+inline constexpr u32 larb_outstanding_registers = 128;  // up to the monitor
 inline constexpr u32 larb_outstanding_mask = 0xff;
 constexpr u32 larb_outstanding_of(u32 port) {
     return 0x200 + 4 * port;

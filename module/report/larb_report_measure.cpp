@@ -110,19 +110,22 @@ static void measure_command_periods(const larb_run &run) {
 }
 
 static u8 port_bit(const register_window &window, u32 offset, u32 port) {
-    return static_cast<u8>((window.read32(offset) >> port) & 1);
+    return port < larb_ports_max ? static_cast<u8>((window.read32(offset) >> port) & 1) : 0;
 }
 
-// Settings of a port that no larb has are not there to be read.
+static u32 outstanding_limit(const register_window &window, u32 port) {
+    return port < larb_outstanding_registers
+               ? window.read32(larb_outstanding_of(port)) & larb_outstanding_mask
+               : 0;
+}
+
+// Settings that have no register are 0.
 static void read_settings(const larb_run &run) {
     larb_stat &stat = run.stat;
 
     for (u32 i = 0; i < run.group.port_cnt; i++) {
         const u32 port = run.group.ports[i];
-        if (port >= larb_ports_max) {
-            continue;
-        }
-        stat.ostdl[i] = run.window.read32(larb_outstanding_of(port)) & larb_outstanding_mask;
+        stat.ostdl[i] = outstanding_limit(run.window, port);
         stat.force_ultra[i] = port_bit(run.window, larb_force_ultra, port);
         stat.force_pultra[i] = port_bit(run.window, larb_force_pultra, port);
     }

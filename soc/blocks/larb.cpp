@@ -12,6 +12,7 @@ constexpr std::uint32_t force_preultra = 0x7c;
 constexpr std::uint32_t outstanding_limit = 0x200;
 constexpr std::uint32_t outstanding_stride = 4;
 constexpr std::uint32_t outstanding_field = 0xff;
+constexpr std::uint32_t outstanding_registers = 128;  // more than there are ports
 constexpr std::uint32_t port_count = 32;
 constexpr std::uint32_t monitor_run = 0x400;
 constexpr std::uint32_t monitor_clear = 0x404;
@@ -44,7 +45,7 @@ std::vector<register_row> registers_of_a_larb() {
     return {
         {force_ultra, word, "force_ultra"},
         {force_preultra, word, "force_preultra"},
-        {outstanding_limit, word, "outstanding_limit", port_count},
+        {outstanding_limit, word, "outstanding_limit", outstanding_registers},
         {monitor_run, word, "monitor_run"},
         {monitor_clear, word, "monitor_clear"},
         {monitor_ports, word, "monitor_ports"},
