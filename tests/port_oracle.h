@@ -6,12 +6,15 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
+#include <vector>
 
 #include "devicetree/flat_tree.h"
 #include "soc/scenario.h"
-#include "tests/rig.h"
 
 namespace tests {
+
+using lines = std::vector<std::string>;
 
 class port_oracle {
   public:
