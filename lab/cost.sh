@@ -15,7 +15,7 @@ rounds=20
 mandated_us() {
     local before after
     { read -r before && read -r after; } < <(printf '%s\n' load clock 'cat bw_total' clock |
-        "$build/host/sim/ovk-sim" console | grep -E '^[0-9]+$')
+        "$top/run" console | grep -E '^[0-9]+$')
     echo $((after - before))
 }
 

@@ -117,7 +117,7 @@ make_ingredients() {
     busybox=$(fetch busybox)
     kernel_release=$(sed -nE 's/.*UTS_RELEASE "(.*)"/\1/p' \
         "$kernel_folder/include/generated/utsrelease.h")
-    build_host host -DOVK_TESTS=OFF
+    build_host host -DOVK_TESTS=OFF -- ovk-merge-tree ovk_chip_plugin
     tools=$build/host/lab
     build_guest_program
 }

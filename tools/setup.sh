@@ -56,13 +56,19 @@ install_missing() {
         apt-get install -y --no-install-recommends "${missing[@]}"
 }
 
-# build_host DIRECTORY [CMAKE-OPTION...]: configures and builds the host side there.
+# build_host DIRECTORY [CMAKE-OPTION...] [-- TARGET...]: configures the host side there and builds
+# the targets, or everything.
 build_host() {
-    local directory=$build/$1
+    local directory=$build/$1 options=() targets=()
     shift
+    while (($# > 0)) && [ "$1" != -- ]; do
+        options+=("$1")
+        shift
+    done
+    (($# == 0)) || targets=(--target "${@:2}")
     if [ ! -f "$directory/build.ninja" ]; then
         say "building in ${directory#"$top"/}"
     fi
-    quietly "$directory/configure.log" cmake -S "$top" -B "$directory" -G Ninja "$@"
-    quietly "$directory/build.log" cmake --build "$directory"
+    quietly "$directory/configure.log" cmake -S "$top" -B "$directory" -G Ninja "${options[@]}"
+    quietly "$directory/build.log" cmake --build "$directory" "${targets[@]}"
 }
