@@ -2,6 +2,7 @@
 // Processes that meet in the module.
 #include <atomic>
 #include <condition_variable>
+#include <future>
 #include <thread>
 
 #include "tests/rig.h"
@@ -10,22 +11,21 @@ namespace tests {
 
 namespace {
 
-// A chip that holds up a processor that clears the monitor of larb 3, until the gate opens.
+constexpr std::uint32_t larb_limit_of_port_2 = 0x208;
+constexpr std::uint32_t larb_monitor_clear = 0x404;
+
+// A chip that holds up a processor at a register of larb 3, until the gate opens.
 class gated_bus : public host::bus {
   public:
-    explicit gated_bus(const devicetree::flat_tree &tree)
-        : chip_(tree), gate_address_(tree.by_name("larb3")->reg.front().start + 0x404) {}
+    gated_bus(const devicetree::flat_tree &tree, std::uint32_t offset)
+        : chip_(tree), gate_address_(tree.by_name("larb3")->reg.front().start + offset) {}
 
     std::uint64_t load(std::uint64_t address, unsigned width) override {
+        pass(address);
         return chip_.load(address, width);
     }
     void store(std::uint64_t address, unsigned width, std::uint64_t value) override {
-        if (address == gate_address_) {
-            std::unique_lock lock(guard_);
-            reached_ = true;
-            changed_.notify_all();
-            changed_.wait(lock, [this] { return open_; });
-        }
+        pass(address);
         chip_.store(address, width, value);
     }
     void advance(std::uint64_t now_us) override { chip_.advance(now_us); }
@@ -44,6 +44,15 @@ class gated_bus : public host::bus {
     }
 
   private:
+    void pass(std::uint64_t address) {
+        if (address == gate_address_) {
+            std::unique_lock lock(guard_);
+            reached_ = true;
+            changed_.notify_all();
+            changed_.wait(lock, [this] { return open_; });
+        }
+    }
+
     sim::chip_bus chip_;
     std::uint64_t gate_address_;
     std::mutex guard_;
@@ -54,10 +63,27 @@ class gated_bus : public host::bus {
 
 }  // namespace
 
+// The line has the selection at its printing, and the limit of the port that was read.
+TEST(concurrency, a_readout_of_a_limit_names_the_port_that_is_selected_in_the_end) {
+    const devicetree::flat_tree tree = sim::chip_tree("zt420");
+    gated_bus bus(tree, larb_limit_of_port_2);
+    host::machine machine(tree, bus, {.module_image = sim::module_image(), .dram_freq = {}});
+    ASSERT_EQ(machine.load(), 0);
+    machine.write("larb_ostdl", "3 2\n");
+
+    auto readout = std::async(std::launch::async, [&] { return machine.read("larb_ostdl").text; });
+    bus.wait_until_reached();
+    machine.write("larb_ostdl", "1 5\n");
+    bus.open();
+    EXPECT_EQ(readout.get(), "larb id: 1, port id: 5, ostdl: 0x0\033[K\n");
+    EXPECT_EQ(machine.unload(), 0);
+    EXPECT_EQ(machine.take_oopses(), lines{});
+}
+
 // GOP's larb stands at the gate in the middle of a measurement.
 TEST(concurrency, a_reader_that_waits_for_a_measurement_can_be_killed) {
     const devicetree::flat_tree tree = sim::chip_tree("zt420");
-    gated_bus bus(tree);
+    gated_bus bus(tree, larb_monitor_clear);
     host::machine machine(tree, bus, {.module_image = sim::module_image(), .dram_freq = {}});
     ASSERT_EQ(machine.load(), 0);
     std::atomic<long> measured = 0;

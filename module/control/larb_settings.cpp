@@ -74,16 +74,16 @@ static void configure(const larb_request &request) {
 
 extern "C" {
 
+// The line names the selection as it stands then, also when it changed during the readout.
 ssize_t larb_ostdl_show(device_driver *, char *buf) {
-    const u32 larb = READ_ONCE(g_larb_id);
-    const u32 port = READ_ONCE(g_larb_port_id);
     u32 limit = 0;
     u32 len = 0;
 
-    if (!read_outstanding(larb, port, limit)) {
+    if (!read_outstanding(READ_ONCE(g_larb_id), READ_ONCE(g_larb_port_id), limit)) {
         printk(KERN_ERR "[OVK_BW]get_larb_ostdl fail!!\n");
     }
-    putbuf(buf, &len, "larb id: %u, port id: %u, ostdl: 0x%x" END_OF_LINE, larb, port, limit);
+    putbuf(buf, &len, "larb id: %u, port id: %u, ostdl: 0x%x" END_OF_LINE, READ_ONCE(g_larb_id),
+           READ_ONCE(g_larb_port_id), limit);
     return len;
 }
 
