@@ -938,13 +938,13 @@ TEST(port_debug_log, follows_every_measured_direction_of_a_larb_port) {
         "<1>[OVK-BW] cnt_ultra: 256, cnt_pultra: 512 CMD_NUM: 1024\033[K",
         "<1>[OVK-BW] r_ultra: 25, r_pultra: 50, burst: 9\033[K",
     };
-    EXPECT_EQ(
-        r.log(),
-        (lines{"<1>[OVK-BW] SMI Larb: 0 port: 3 type: R\033[K", "<1>[OVK-BW] r_bw: 300, effi: 80, ",
-               shares[0], shares[1], "<1>[OVK-BW] larb_data_bw: 300, larb_bus_bw: 375 \033[K",
-               "<1>\033[K", "<1>[OVK-BW] SMI Larb: 0 port: 3 type: W\033[K",
-               "<1>[OVK-BW] w_bw: 200, effi: 80, ", shares[0], shares[1],
-               "<1>[OVK-BW] larb_data_bw: 500, larb_bus_bw: 625 \033[K", "<1>\033[K"}));
+    EXPECT_EQ(r.log(),
+              (lines{"<1>[OVK-BW] SMI Larb: 0 port: 3 type: R\033[K",
+                     "<1>[OVK-BW] r_bw: 300, effi: 80, \\c", shares[0], shares[1],
+                     "<1>[OVK-BW] larb_data_bw: 300, larb_bus_bw: 375 \033[K", "<1>\033[K",
+                     "<1>[OVK-BW] SMI Larb: 0 port: 3 type: W\033[K",
+                     "<1>[OVK-BW] w_bw: 200, effi: 80, \\c", shares[0], shares[1],
+                     "<1>[OVK-BW] larb_data_bw: 500, larb_bus_bw: 625 \033[K", "<1>\033[K"}));
 }
 
 TEST(port_debug_log, follows_every_measured_input_of_an_SMI_common) {
@@ -955,7 +955,7 @@ TEST(port_debug_log, follows_every_measured_input_of_an_SMI_common) {
     clean_read(r, "bw_scomm");
 
     EXPECT_EQ(r.log(), (lines{"<1>[OVK-BW] SMI Common: 0 port: 3\033[K",
-                              "<1>[OVK-BW] r_bw: 0, w_bw: 40, effi: 80, ",
+                              "<1>[OVK-BW] r_bw: 0, w_bw: 40, effi: 80, \\c",
                               "<1>[OVK-BW] cnt_ultra: 0, cnt_pultra: 1024 CMD_NUM: 1024\033[K",
                               "<1>[OVK-BW] r_ultra: 0, r_pultra: 100, burst: 6\033[K"}));
 }

@@ -52,11 +52,12 @@ class rig {
     // the traffic.
     void set_scenario(const soc::scenario &traffic);
 
-    // "<3>[OVK_BW]..." lines since the last call.
+    // "<3>[OVK_BW]..." lines since the last call, with "\c" behind one that was left open.
     std::vector<std::string> log() {
         std::vector<std::string> lines;
         for (const host::log_line &line : machine().take_log()) {
-            lines.push_back("<" + std::to_string(line.level) + ">" + line.text);
+            lines.push_back("<" + std::to_string(line.level) + ">" + line.text +
+                            (line.ended ? "" : "\\c"));
         }
         return lines;
     }

@@ -15,7 +15,8 @@ static bool has_prefix(std::string_view text) {
 }
 
 int kernel_log::print(std::string_view left) {
-    if (left.ends_with('\n')) {
+    const bool ended = left.ends_with('\n');
+    if (ended) {
         left.remove_suffix(1);
     }
     std::optional<int> level;
@@ -24,7 +25,7 @@ int kernel_log::print(std::string_view left) {
             level = left[1] - '0';
         }
     }
-    lines_.add({level.value_or(default_level), std::string(left)});
+    lines_.add({level.value_or(default_level), std::string(left), ended});
     return static_cast<int>(left.size());
 }
 

@@ -17,6 +17,7 @@ namespace host {
 struct log_line {
     int level;
     std::string text;  // without the level prefix and without the final newline
+    bool ended;        // whether there was one
 };
 
 // One entry of the register trace.

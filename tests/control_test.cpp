@@ -1,0 +1,177 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// What sessions can't show of the controls and debug tools: unusual trees, waiting writers, how
+// often a register is read, and whether a message ends its line.
+#include <chrono>
+#include <future>
+
+#include "platform/host/services.h"
+#include "tests/rig.h"
+
+namespace tests {
+
+namespace {
+
+constexpr const char *bist = "/bw_modules/bw_bist";
+
+lines writes_of(rig &r, const std::string &attribute, const std::string &text) {
+    r.machine().set_tracing(true);
+    r.write(attribute, text);
+    lines accesses = r.trace();
+
+    std::erase_if(accesses, [](const std::string &access) { return !access.starts_with("W32"); });
+    return accesses;
+}
+
+}  // namespace
+
+TEST(reg_op, reads_the_register_33_times_for_a_report) {
+    rig r("zt410");
+    r.loaded();
+    r.write("reg_op", "0x1c000010\n");
+    r.machine().set_tracing(true);
+    r.read("reg_op");
+
+    EXPECT_EQ(r.trace(), lines(33, "R32 0x1c000010+0x000 0x00000000"));
+}
+
+// "\c" is a line that the message leaves open.
+TEST(reg_op, leaves_the_lines_of_some_messages_open) {
+    rig r("zt410");
+    r.loaded();
+    const std::pair<const char *, lines> messages[] = {
+        {"0x1c000010 5\n", {"<6>[OVK_BW]register = 0x1c000010\\c", "<6>[OVK_BW]value = 5\\c"}},
+        {"0x1c000010 12abc\n",
+         {"<6>[OVK_BW]register = 0x1c000010\\c", "<6>[OVK_BW]value = 12abc\\c"}},
+        {"0x1c000010\n", {"<6>[OVK_BW]register = 0x1c000010\\c"}},
+        {"1c000010\n", {"<3>[OVK_BW]Wrong Argument!!\\c"}},
+        {"0x1c000010 3 1\n", {"<6>reg = 0x1c000010, BIT(3) = 1\\c"}},
+        {"0x1c000010 32 1\n", {"<3>[OVK_BW]Wong bit"}},
+        {"0x1c000010 31 2\n", {"<3>[OVK_BW]Wrong bit value"}},
+        {"0x1bfffffc\n", {"<3>[OVK_BW]Wrong REG"}},
+        {"0x1c000010 5 \n", {"<6>[OVK_BW]register = 0x1c000010\\c", "<6>[OVK_BW]value = 5\\c"}},
+        {"x\n", {"<3>[OVK_BW]Wrong Argument!!"}}};
+
+    for (const auto &[text, log] : messages) {
+        r.write("reg_op", text);
+        EXPECT_EQ(r.log(), log) << text;
+    }
+    EXPECT_EQ(r.peek("0x1c000010"), 5u);
+}
+
+// 4 GiB are 0x10000000 units of 16 bytes.
+TEST(traffic_generator, is_programmed_and_started_by_type_up_to_4_GiB) {
+    rig r("zt410");
+    r.loaded();
+    const std::string engine = "W32 miu2gmc1+0x0";
+    const auto expected = [&engine](const std::string &length_high, const std::string &first,
+                                    const std::string &second) {
+        lines writes;
+        for (const std::string &each :
+             {std::string("00 0x00000000"), std::string("18 0x00000000"),
+              std::string("0c 0x00000000"), "10 " + length_high, std::string("14 0x00005a5a"),
+              std::string("04 0x00000000"), std::string("08 0x00000800"), "00 " + first,
+              "00 " + second, std::string("00 0x00000000")}) {
+            writes.push_back(engine + each);
+        }
+        return writes;
+    };
+
+    EXPECT_EQ(writes_of(r, "fake_engine", "1 80000000 100000 0 5a5a\n"),
+              expected("0x00000001", "0x00000108", "0x00000109"));
+    EXPECT_EQ(writes_of(r, "fake_engine", "1 80000000 100000000 1 5a5a\n"),
+              expected("0x00001000", "0x00000208", "0x00000209"));
+    EXPECT_EQ(writes_of(r, "fake_engine", "1 80000000 100000 2 5a5a\n"),
+              expected("0x00000001", "0x00000008", "0x00000009"));
+}
+
+// 20,041 polls of 499 us are the first to reach ten seconds.
+TEST(traffic_generator, gives_up_a_loop_whose_pass_never_ends) {
+    rig r("zt410");
+    r.loaded();
+    ASSERT_TRUE(r.chip().hang("miu2gmc0"));
+    r.write("fake_eng_loop", "0 1\n");
+    r.log();
+    r.write("fake_engine", "0 0 1000 0 0\n");
+
+    EXPECT_EQ(r.machine().waited_us(), 20'041u * 499);
+    EXPECT_EQ(r.log(), (lines{"<6>id = 0, start = 0, size = 1000, type = 0, pattern = 0",
+                              "<3>[OVK_BW]MIU2GMC_DRV [0] time out"}));
+    EXPECT_TRUE(r.read("fake_engine").starts_with("Fake engine 0: \033[31mFAIL\033[0m\n"));
+    EXPECT_EQ(r.peek("miu2gmc0+0x000"), 0u);
+}
+
+TEST(traffic_generator, is_not_there_without_its_module) {
+    rig r(sim::chip_tree("zt410").without_node(bist));
+    r.loaded();
+
+    EXPECT_EQ(r.read("fake_engine"), "");
+    EXPECT_EQ(writes_of(r, "fake_eng_loop", "0 1\n"), lines{});
+    EXPECT_EQ(writes_of(r, "fake_engine", "0 0 1000 1 0\n"), lines{});
+    EXPECT_EQ(r.log(), (lines{"<3>[OVK_BW]Wrong Argument!!",
+                              "<6>id = 0, start = 0, size = 1000, type = 1, pattern = 0"}));
+}
+
+TEST(traffic_generator, has_no_address_left_when_64_bits_are_shifted_out) {
+    rig r(sim::chip_tree("zt410").with_u32(bist, "alignment", 64));
+    r.loaded();
+    const lines writes = writes_of(r, "fake_engine", "1 ffffffffffffffff 1000 1 0\n");
+    EXPECT_EQ(std::count(writes.begin(), writes.end(), "W32 miu2gmc1+0x004 0x00000000"), 1);
+    EXPECT_EQ(std::count(writes.begin(), writes.end(), "W32 miu2gmc1+0x008 0x00000000"), 1);
+}
+
+TEST(emi_settings, need_one_to_three_channels) {
+    for (const std::uint32_t channels : {0u, 4u}) {
+        rig r(sim::chip_tree("zt440").with_u32("/emi_arch", "emi_cnt", channels));
+        r.loaded();
+        for (const char *attribute : {"bw_emi_timer", "bw_emi_ostd"}) {
+            EXPECT_EQ(writes_of(r, attribute, "0 0 0 1\n"), lines{});
+        }
+        EXPECT_EQ(writes_of(r, "bw_emi_lmt", "0 0 1\n"), lines{});
+        EXPECT_EQ(r.log(), lines(3, "<6>Something Wrong!!")) << channels;
+    }
+}
+
+// The lock is held by somebody else's measurement.
+TEST(emi_settings, of_a_writer_that_is_killed_while_waiting_are_not_made) {
+    rig r("zt430");
+    r.loaded();
+    r.machine().set_tracing(true);
+
+    for (const char *attribute : {"bw_emi_lmt", "bw_emi_timer", "bw_emi_ostd"}) {
+        ASSERT_EQ(ovk_kernel_mutex_lock_killable(&ovk_measurement_mutex), 0);
+        auto writer = std::async(std::launch::async,
+                                 [&] { return r.machine().write(attribute, "0 0 1 1\n"); });
+        while (writer.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready) {
+            r.machine().kill_waiters();
+        }
+        EXPECT_EQ(writer.get(), -4) << attribute;
+        ovk_kernel_mutex_unlock(&ovk_measurement_mutex);
+    }
+    EXPECT_EQ(r.trace(), lines{});
+}
+
+TEST(mask, asks_nothing_of_the_sibling_without_three_numbers) {
+    rig r("zt410");
+    r.loaded();
+    r.write("mask", "1 3\n");
+    r.write("mask", "1 x 1\n");
+
+    EXPECT_TRUE(r.machine().take_mask_requests().empty());
+    r.write("mask", "1 3 -1\n");
+    EXPECT_EQ(r.machine().take_mask_requests(), (std::vector<host::mask_request>{{1, 3, true, 0}}));
+}
+
+// Bank 0x1000 of the register bus is at 0x1c000000 + 0x1000 * 512.
+TEST(fifo, banks_are_announced_at_start_up) {
+    rig r("zt430");
+    ASSERT_EQ(r.machine().load(), 0);
+    const lines log = r.log();
+    const auto first = std::find(log.begin(), log.end(), "<3>[OVK_BW] fifo_cnt: 6");
+
+    ASSERT_GE(log.end() - first, 5);
+    EXPECT_EQ(lines(first + 1, first + 5),
+              (lines{"<3>[OVK_BW] riu base: 1000", "<3>[OVK_BW] cpu base: 1c200000",
+                     "<3>[OVK_BW] riu base: 1008", "<3>[OVK_BW] cpu base: 1c201000"}));
+}
+
+}  // namespace tests
