@@ -59,16 +59,16 @@ static bool apply(measure_cfg &cfg, const emi_request &request, emi_update updat
     return true;
 }
 
-// Returns 0, or -EINTR when killed while a measurement held the channels.
-static int store(const emi_request &request, emi_update update) {
+// Returns the byte count, or -EINTR when killed while a measurement held the channels.
+static ssize_t store(const emi_request &request, emi_update update, size_t count) {
     owned<measure_cfg> cfg;
 
     if (!cfg.allocate()) {
-        return 0;
+        return static_cast<ssize_t>(count);
     }
     if (request.port >= emi_port_cnt || request.channel > emi_cnt) {
         printk(KERN_INFO "Wrong Argument!!\n");
-        return 0;
+        return static_cast<ssize_t>(count);
     }
     const measurement_lock lock;
     if (lock.error() != 0) {
@@ -77,7 +77,7 @@ static int store(const emi_request &request, emi_update update) {
     if (!apply(*cfg, request, update)) {
         printk(KERN_INFO "Something Wrong!!\n");
     }
-    return 0;
+    return static_cast<ssize_t>(count);
 }
 
 static ssize_t store_directed(const char *buf, size_t count, emi_update update) {
@@ -89,10 +89,9 @@ static ssize_t store_directed(const char *buf, size_t count, emi_update update) 
     if (sscanf(buf, "%d %d %d %x", &channel, &port, &direction, &value) != 4) {
         return static_cast<ssize_t>(count);
     }
-    const int error = store(
+    return store(
         {static_cast<u32>(channel), static_cast<u32>(port), static_cast<u32>(direction), value},
-        update);
-    return error != 0 ? error : static_cast<ssize_t>(count);
+        update, count);
 }
 
 extern "C" {
@@ -137,9 +136,8 @@ ssize_t bw_emi_lmt_store(device_driver *, const char *buf, size_t count) {
     if (sscanf(buf, "%d %d %x", &channel, &port, &limit) != 3) {
         return static_cast<ssize_t>(count);
     }
-    const int error =
-        store({static_cast<u32>(channel), static_cast<u32>(port), EMI_READ, limit}, set_limit);
-    return error != 0 ? error : static_cast<ssize_t>(count);
+    return store({static_cast<u32>(channel), static_cast<u32>(port), EMI_READ, limit}, set_limit,
+                 count);
 }
 
 ssize_t bw_emi_timer_store(device_driver *, const char *buf, size_t count) {

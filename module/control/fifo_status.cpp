@@ -5,11 +5,14 @@
 #include "core/report_buffer.h"
 #include "core/shared.h"
 
-static constexpr u32 fifo_thresholds = 0x54;  // pre-ultra in the lower byte, ultra in the upper one
+static constexpr u32 fifo_thresholds = 0x54;
+static constexpr register_field preultra_threshold{0, 0x7f};
+static constexpr register_field preultra_mask{7, 1};
+static constexpr register_field ultra_threshold{8, 0x7f};
+static constexpr register_field ultra_mask{15, 1};
 static constexpr u32 fifo_urgent = 0x58;
-static constexpr u32 threshold_mask = 0x7f;
-static constexpr u32 mask_bit = 7;
-static constexpr u32 ultra_shift = 8;
+static constexpr register_field urgent_threshold{0, 0x7f};
+static constexpr register_field urgent_mask{7, 1};
 static constexpr u32 fifo_switch = 0x100;
 static constexpr u32 fifo_switch_pulse = 1u << 4;
 static constexpr u32 fifo_status_word = 0x140;
@@ -17,11 +20,8 @@ static constexpr u32 fifo_enable = 0x1c0;
 static constexpr u32 fifo_enable_bit = 1u << 0;
 static constexpr u32 fifo_not_done_bit = 1u << 2;
 
-static u32 threshold(u32 value) {
-    return value & threshold_mask;
-}
-static u8 mask(u32 value) {
-    return static_cast<u8>((value >> mask_bit) & 1);
+static u8 sample_mask(const register_view &bank, u32 offset, register_field mask) {
+    return static_cast<u8>(mask.of(bank.read32(offset)));
 }
 
 // Every field is sampled by a read of its own.
@@ -32,12 +32,12 @@ static void take_sample(fifo_entry &fifo) {
         (bank.read32(fifo_not_done_flag) & fifo_not_done_bit) != 0) {
         WRITE_ONCE(fifo.not_done_cnt, READ_ONCE(fifo.not_done_cnt) + 1);
     }
-    WRITE_ONCE(fifo.th_pultra, threshold(bank.read32(fifo_thresholds)));
-    WRITE_ONCE(fifo.pul_mask, mask(bank.read32(fifo_thresholds)));
-    WRITE_ONCE(fifo.th_ultra, threshold(bank.read32(fifo_thresholds) >> ultra_shift));
-    WRITE_ONCE(fifo.ul_mask, mask(bank.read32(fifo_thresholds) >> ultra_shift));
-    WRITE_ONCE(fifo.th_urgent, threshold(bank.read32(fifo_urgent)));
-    WRITE_ONCE(fifo.urg_mask, mask(bank.read32(fifo_urgent)));
+    WRITE_ONCE(fifo.th_pultra, preultra_threshold.of(bank.read32(fifo_thresholds)));
+    WRITE_ONCE(fifo.pul_mask, sample_mask(bank, fifo_thresholds, preultra_mask));
+    WRITE_ONCE(fifo.th_ultra, ultra_threshold.of(bank.read32(fifo_thresholds)));
+    WRITE_ONCE(fifo.ul_mask, sample_mask(bank, fifo_thresholds, ultra_mask));
+    WRITE_ONCE(fifo.th_urgent, urgent_threshold.of(bank.read32(fifo_urgent)));
+    WRITE_ONCE(fifo.urg_mask, sample_mask(bank, fifo_urgent, urgent_mask));
 }
 
 static void render_fifo(char *buf, u32 *len, u32 i, const fifo_entry &fifo) {

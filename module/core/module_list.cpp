@@ -240,24 +240,35 @@ static bool is_named(const bw_module &module, const char *name) {
     return strncmp(module.name, name, module_name_max) == 0;
 }
 
-s32 get_module_id_by_name(const char *name, u32 &id) {
+static const bw_module *find_module(const char *name) {
     for (u32 k = 0; k < module_cnt; k++) {
         if (is_named(mlist[k], name)) {
-            id = mlist[k].module_id;
-            return 0;
+            return &mlist[k];
         }
     }
-    return -1;
+    return nullptr;
 }
 
-static bool find_position(const char *name, u32 &position) {
-    for (u32 k = 0; k < module_cnt; k++) {
-        if (is_named(mlist[k], name)) {
-            position = mlist[k].module_id < module_cnt ? mlist[k].module_id : k;
-            return true;
-        }
+s32 get_module_id_by_name(const char *name, u32 &id) {
+    const bw_module *module = find_module(name);
+
+    if (!module) {
+        return -1;
     }
-    return false;
+    id = module->module_id;
+    return 0;
+}
+
+// The id, or the entry's own position where the id is none.
+static bool find_position(const char *name, u32 &position) {
+    const bw_module *module = find_module(name);
+
+    if (!module) {
+        return false;
+    }
+    position =
+        module->module_id < module_cnt ? module->module_id : static_cast<u32>(module - mlist);
+    return true;
 }
 
 void find_reference_modules() {

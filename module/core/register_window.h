@@ -5,6 +5,16 @@
 #include "core/device_node.h"
 #include "platform/kernel.h"
 
+// A field of a register; `mask` is that before the shift.
+struct register_field {
+    u32 shift;
+    u32 mask;
+
+    constexpr u32 of(u32 value) const { return (value >> shift) & mask; }
+    constexpr u32 put(u32 field) const { return (field & mask) << shift; }
+    constexpr u32 bits() const { return mask << shift; }
+};
+
 // Registers of one block. Offsets are bytes from its start.
 class register_view {
   public:

@@ -3,7 +3,7 @@
 // reaches.
 #pragma once
 
-#include "platform/kernel.h"
+#include "core/register_window.h"
 
 // Bandwidth monitor of a channel.
 inline constexpr u32 emi_monitor_enable = 0x060;
@@ -43,15 +43,6 @@ constexpr u32 emi_arbitration_of(u32 port) {
     return port == 1 ? emi_arbitration : emi_arbitration + port * emi_arbitration_stride;
 }
 
-// A field of a register: `mask` before the shift.
-struct register_field {
-    u32 shift;
-    u32 mask;
-
-    constexpr u32 of(u32 value) const { return (value >> shift) & mask; }
-    constexpr u32 put(u32 field) const { return (field & mask) << shift; }
-    constexpr u32 bits() const { return mask << shift; }
-};
 inline constexpr register_field emi_bandwidth_limit{0, 0x3f};
 inline constexpr register_field emi_read_timer{16, 0xff};
 inline constexpr register_field emi_write_timer{24, 0xff};
