@@ -110,6 +110,10 @@ const std::vector<operation> &operations() {
     return table;
 }
 
+void PrintTo(const operation &each, std::ostream *out) {
+    *out << (each.text != nullptr ? testing::PrintToString(each.text) : "a read");
+}
+
 // What came of an operation.
 struct outcome {
     long code;

@@ -16,6 +16,10 @@ struct load_points {
     std::uint64_t harmless;  // of these, such as loading survives
 };
 
+void PrintTo(const load_points &each, std::ostream *out) {
+    *out << name_of(each.kind);
+}
+
 class fault_sweep_of_loading : public testing::TestWithParam<load_points> {};
 
 // Memory: channel frequencies, 8 monitors, the list, the traffic generator's 3 arrays, 2 arrays for
@@ -114,6 +118,10 @@ struct read_points {
     std::uint64_t points;
     std::uint64_t unstopped;  // of these, such as leave hardware running until the next read
 };
+
+void PrintTo(const read_points &each, std::ostream *out) {
+    *out << name_of(each.kind);
+}
 
 class fault_sweep_of_total_report : public testing::TestWithParam<read_points> {};
 

@@ -417,6 +417,32 @@ TEST(module_list, gives_the_slot_of_a_group_without_ports_to_the_next) {
                   heading(cyan, "GOP", 2) + "\n");
 }
 
+TEST(module_list, takes_no_group_whose_number_is_no_cell) {
+    rig r(list_of(module_node(0, "LARBS",
+                              "a { larb-id = [01]; port-list = <3>; };"
+                              "b { larb-id = <7>; port-list = <1>; };"),
+                  1));
+    r.loaded();
+
+    EXPECT_EQ(r.read("ip_config"), heading(cyan, "LARBS", 0) +
+                                       "SMI_LARB_7 : PORT[ 1 ]\nSMI_LARB_0 : PORT[ ]\n\n" +
+                                       heading(cyan, "GOP", 1) + "\n");
+}
+
+// SUM and REF_EMI are the last two of three modules, whatever they call themselves.
+TEST(module_list, knows_references_by_their_position_when_their_id_is_none) {
+    const flat_tree tree = list_of("", 0)
+                               .with_u32("/bw_modules/m1", "module-id", 50)
+                               .with_u32("/bw_modules/m2", "module-id", 99);
+    rig r(flat_tree::from_blob(tree.blob()));
+    r.loaded();
+
+    r.write("bw_larb", "2 16\n");
+    EXPECT_EQ(r.log(), lines{"<6>[OVK_BW]Set Module ID = 2, Time= 16"});
+    r.write("bw_larb", "3 16\n");
+    EXPECT_EQ(r.log(), lines{"<3>[OVK_BW]Wrong Argument!!"});
+}
+
 TEST(listings, show_ports_and_domain_of_every_module_but_the_references) {
     rig r("zt420");
 
