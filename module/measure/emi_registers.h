@@ -42,7 +42,6 @@ inline constexpr u32 emi_arbitration_stride = 8;
 constexpr u32 emi_arbitration_of(u32 port) {
     return port == 1 ? emi_arbitration : emi_arbitration + port * emi_arbitration_stride;
 }
-
 inline constexpr register_field emi_bandwidth_limit{0, 0x3f};
 inline constexpr register_field emi_read_timer{16, 0xff};
 inline constexpr register_field emi_write_timer{24, 0xff};
