@@ -17,6 +17,10 @@ struct chip_facts {
     std::uint32_t dram_clock;  // lowest channel frequency, or the tree's
 };
 
+inline void PrintTo(const chip_facts &chip, std::ostream *out) {
+    *out << chip.soc;
+}
+
 inline constexpr chip_facts chips[] = {
     {"zt410", 4266}, {"zt420", 2666}, {"zt430", 3200}, {"zt440", 3200}};
 
