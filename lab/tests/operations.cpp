@@ -6,6 +6,8 @@
 #include <random>
 #include <stdexcept>
 
+#include "tests/report_text.h"
+
 namespace lab {
 
 namespace {
@@ -116,9 +118,8 @@ class generator {
     }
     bool one_in(std::uint32_t count) { return up_to(count - 1) == 0; }
 
-    template <std::size_t size>
-    std::string one_of(const std::string (&choices)[size]) {
-        return choices[up_to(size - 1)];
+    std::string one_of(const std::vector<std::string> &choices) {
+        return choices[up_to(static_cast<std::uint32_t>(choices.size() - 1))];
     }
 
     void add_read(const std::string &attribute, const usage &use, std::vector<operation> &session) {
@@ -132,7 +133,7 @@ class generator {
 
     std::string good_word(const field &wanted) {
         if (!wanted.words.empty()) {
-            return wanted.words[up_to(static_cast<std::uint32_t>(wanted.words.size() - 1))];
+            return one_of(wanted.words);
         }
         const std::uint32_t value = up_to(wanted.largest == 0 ? modules_ : wanted.largest);
         char text[16];
@@ -141,71 +142,28 @@ class generator {
     }
 
     std::string odd_number() {
-        static const std::string choices[] = {"-1",
-                                              "-0",
-                                              "+1",
-                                              "+",
-                                              "-",
-                                              "--1",
-                                              "00",
-                                              "007",
-                                              "0x",
-                                              "0X1f",
-                                              "0x0001",
-                                              "08",
-                                              "1a",
-                                              "a",
-                                              "ff",
-                                              "1.5",
-                                              "1e3",
-                                              "0b1",
-                                              "x10",
-                                              "4294967295",
-                                              "4294967296",
-                                              "4294967297",
-                                              "0xffffffff",
-                                              "0x100000000",
-                                              "18446744073709551615",
-                                              "18446744073709551616",
-                                              "99999999999999999999999999",
-                                              "-2147483648",
-                                              "-4294967295",
-                                              "1,",
-                                              "1;",
-                                              "'1'",
-                                              "\xc3\xbc",
-                                              "00000000000000000000000000000000000001",
-                                              "0x00000000000000000000000000000000000001",
-                                              "true",
-                                              "on",
-                                              "y",
-                                              "N"};
+        static const std::vector<std::string> choices = tests::words_of(
+            "-1 -0 +1 + - --1 00 007 0x 0X1f 0x0001 08 1a a ff 1.5 1e3 0b1 x10 "
+            "4294967295 4294967296 4294967297 0xffffffff 0x100000000 "
+            "18446744073709551615 18446744073709551616 99999999999999999999999999 "
+            "-2147483648 -4294967295 1, 1; '1' \xc3\xbc "
+            "00000000000000000000000000000000000001 "
+            "0x00000000000000000000000000000000000001 true on y N");
         return one_of(choices);
     }
 
     std::string word(const field &wanted) { return one_in(3) ? odd_number() : good_word(wanted); }
 
     std::string gap() {
-        static const std::string choices[] = {" ", " ", " ",  " ",  "  ", "\t",   "\n", ",",
-                                              "",  "",  "\v", "\f", "\r", "\xa0", " , "};
+        static const std::vector<std::string> choices = {
+            " ", " ", " ", " ", "  ", "\t", "\n", ",", "", "", "\v", "\f", "\r", "\xa0", " , "};
         return one_of(choices);
     }
 
     std::string edge() {
-        static const std::string choices[] = {"",
-                                              "",
-                                              "",
-                                              "\n",
-                                              "\n",
-                                              " \n",
-                                              "\n\n",
-                                              " ",
-                                              "\t",
-                                              "\r\n",
-                                              " x",
-                                              std::string(1, '\0'),
-                                              std::string("\0\n", 2),
-                                              "\n1"};
+        using namespace std::string_literals;
+        static const std::vector<std::string> choices = {
+            "", "", "", "\n", "\n", " \n", "\n\n", " ", "\t", "\r\n", " x", "\0"s, "\0\n"s, "\n1"};
         return one_of(choices);
     }
 
