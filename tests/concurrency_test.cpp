@@ -33,6 +33,7 @@ class gated_bus : public host::bus {
     void power_lost() override { chip_.power_lost(); }
     std::vector<std::string> take_complaints() override { return chip_.take_complaints(); }
 
+    sim::chip_bus &chip() { return chip_; }
     void wait_until_reached() {
         std::unique_lock lock(guard_);
         changed_.wait(lock, [this] { return reached_; });
@@ -70,12 +71,13 @@ TEST(concurrency, a_readout_of_a_limit_names_the_port_that_is_selected_in_the_en
     host::machine machine(tree, bus, {.module_image = sim::module_image(), .dram_freq = {}});
     ASSERT_EQ(machine.load(), 0);
     machine.write("larb_ostdl", "3 2\n");
+    bus.chip().poke(tree.by_name("larb3")->reg.front().start + larb_limit_of_port_2, 32, 0x3f);
 
     auto readout = std::async(std::launch::async, [&] { return machine.read("larb_ostdl").text; });
     bus.wait_until_reached();
     machine.write("larb_ostdl", "1 5\n");
     bus.open();
-    EXPECT_EQ(readout.get(), "larb id: 1, port id: 5, ostdl: 0x0\033[K\n");
+    EXPECT_EQ(readout.get(), "larb id: 1, port id: 5, ostdl: 0x3f\033[K\n");
     EXPECT_EQ(machine.unload(), 0);
     EXPECT_EQ(machine.take_oopses(), lines{});
 }

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // What sessions can't show of the controls and debug tools: unusual trees, waiting writers, how
 // often a register is read, and whether a message ends its line.
-#include <chrono>
-#include <future>
+#include <algorithm>
 
 #include "platform/host/services.h"
 #include "tests/rig.h"
@@ -139,12 +138,8 @@ TEST(emi_settings, of_a_writer_that_is_killed_while_waiting_are_not_made) {
 
     for (const char *attribute : {"bw_emi_lmt", "bw_emi_timer", "bw_emi_ostd"}) {
         ASSERT_EQ(ovk_kernel_mutex_lock_killable(&ovk_measurement_mutex), 0);
-        auto writer = std::async(std::launch::async,
-                                 [&] { return r.machine().write(attribute, "0 0 1 1\n"); });
-        while (writer.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready) {
-            r.machine().kill_waiters();
-        }
-        EXPECT_EQ(writer.get(), -4) << attribute;
+        EXPECT_EQ(r.killed([&] { return r.machine().write(attribute, "0 0 1 1\n"); }), -4)
+            << attribute;
         ovk_kernel_mutex_unlock(&ovk_measurement_mutex);
     }
     EXPECT_EQ(r.trace(), lines{});

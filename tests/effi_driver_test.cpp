@@ -4,12 +4,13 @@
 
 #include "platform/host/platform_bus.h"
 #include "platform/host/services.h"
-#include "tests/rig.h"
+#include "tests/block_trace.h"
 
 namespace tests {
 
 namespace {
 
+using devicetree::flat_tree;
 using host::fault_kind;
 
 // The bytes of a configuration word.
@@ -53,10 +54,7 @@ const choice choices[] = {
     {"zt440", {2666}, 2666, 0},
 };
 
-const char *const small_monitors[] = {"effi_monitor0", "effi_monitor1", "effi_monitor2",
-                                      "effi_monitor3"};
-
-lines monitors_of(const devicetree::flat_tree &tree) {
+lines monitors_of(const flat_tree &tree) {
     lines names;
 
     for (const auto &node : tree.nodes()) {
@@ -67,59 +65,34 @@ lines monitors_of(const devicetree::flat_tree &tree) {
     return names;
 }
 
-std::string config_register(const std::string &monitor, std::size_t k) {
-    const char *const offsets[] = {"0x00c", "0x010", "0x014", "0x018",
-                                   "0x01c", "0x020", "0x024", "0x028"};
-    return monitor + "+" + offsets[k];
-}
-
 void expect_row(rig &r, const row &expected) {
     for (const std::string &monitor : monitors_of(r.machine().tree())) {
-        for (std::size_t k = 0; k < expected.size(); k++) {
-            const std::string place = config_register(monitor, k);
+        for (std::uint32_t k = 0; k < expected.size(); k++) {
+            const std::string place = monitor + "+" + hex(0x0c + 4 * k, 3);
             EXPECT_EQ(r.peek(place), expected[k].word()) << place;
         }
     }
 }
 
-// The writes of one row, in order, to every monitor of the smallest chip.
-lines trace_of(const row &written) {
+// The row's words go to one monitor after the other.
+void expect_row_written(rig &r, const row &expected) {
     lines trace;
 
-    for (const char *monitor : small_monitors) {
-        for (std::size_t k = 0; k < written.size(); k++) {
-            char value[16];
-            std::snprintf(value, sizeof(value), " 0x%08x", written[k].word());
-            trace.push_back("W32 " + config_register(monitor, k) + value);
+    for (const std::string &monitor : monitors_of(r.machine().tree())) {
+        for (std::uint32_t k = 0; k < expected.size(); k++) {
+            block_trace(trace, monitor).w32(0x0c + 4 * k, expected[k].word());
         }
     }
-    return trace;
+    EXPECT_EQ(r.trace(), trace);
 }
 
 lines index_lines(rig &r) {
-    lines found;
+    lines found = r.log();
 
-    for (const std::string &line : r.log()) {
-        if (line.find("effi table") != std::string::npos) {
-            found.push_back(line);
-        }
-    }
+    std::erase_if(found, [](const std::string &line) {
+        return line.find("effi table") == std::string::npos;
+    });
     return found;
-}
-
-[[maybe_unused]]  // The load succeeds, and of the smallest chip's monitors only the second stays
-                  // unbound.
-                  void
-                  expect_second_unbound(rig &r) {
-    EXPECT_EQ(r.machine().load(), 0);
-    EXPECT_EQ(index_lines(r), lines(3, "<3>effi table idx: [1]"));
-    EXPECT_EQ(
-        r.machine().bound_devices(),
-        (lines{"effi_monitor0@1d0c0000", "effi_monitor2@1d0c2000", "effi_monitor3@1d0c3000"}));
-    EXPECT_EQ(r.peek("0x1d0c100c"), 0u);
-    EXPECT_NE(r.peek("0x1d0c200c"), 0u);
-    EXPECT_EQ(r.machine().unload(), 0);
-    EXPECT_EQ(r.log(), lines(3, "<6>[OVK_BW] OVK EFFI Remove"));
 }
 
 }  // namespace
@@ -141,26 +114,19 @@ TEST(effi_driver, loads_the_row_of_the_highest_channel_frequency) {
     }
 }
 
-TEST(effi_driver, writes_eight_words_in_order_to_every_monitor) {
-    rig r("zt420");
+TEST(effi_driver, writes_the_row_in_order_when_loaded_and_after_a_system_sleep) {
+    const row &expected = rows_of_chip.at("zt420")[2];
+    rig r(sim::chip_tree("zt420"), {2133});
+
     r.machine().set_tracing(true);
     r.loaded();
-
-    EXPECT_EQ(r.trace(), trace_of(rows_of_chip.at("zt420")[1]));
-}
-
-TEST(effi_driver, writes_the_row_again_after_a_system_sleep) {
-    rig r(sim::chip_tree("zt420"), {2133});
-    r.loaded();
+    expect_row_written(r, expected);
     EXPECT_EQ(r.machine().suspend(), 0);
     EXPECT_EQ(r.log(), lines(4, "<6>[OVK_BW] OVK EFFI Suspend"));
     expect_row(r, row(8, {0, 0}));
-
-    r.machine().set_tracing(true);
     EXPECT_EQ(r.machine().resume(), 0);
     EXPECT_EQ(r.log(), lines(4, "<6>[OVK_BW] OVK EFFI Resume"));
-    EXPECT_EQ(r.trace(), trace_of(rows_of_chip.at("zt420")[2]));
-    expect_row(r, rows_of_chip.at("zt420")[2]);
+    expect_row_written(r, expected);
 }
 
 TEST(effi_driver, does_the_same_for_every_power_transition) {
@@ -184,39 +150,36 @@ TEST(effi_driver, does_the_same_for_every_power_transition) {
     }
 }
 
-TEST(effi_driver, logs_every_removal) {
-    rig r("zt420");
-    r.loaded().machine().unload();
-
-    EXPECT_EQ(r.log(), lines(4, "<6>[OVK_BW] OVK EFFI Remove"));
-}
-
 // The first allocation is the table of channel frequencies.
-TEST(effi_driver, leaves_a_monitor_unbound_without_memory_for_it) {
-    rig r("zt420");
-    r.machine().fail_nth(fault_kind::allocation, 3);
+TEST(effi_driver, leaves_a_monitor_unbound_that_it_cannot_serve) {
+    const flat_tree whole = sim::chip_tree("zt420");
+    const std::string second = "/soc/effi_monitor1@1d0c1000";
+    const std::string unknown_chip = std::string("quorix,zt450-effi-mon") + '\0';
+    const struct {
+        flat_tree tree;
+        std::uint64_t failing_allocation;  // 0: none
+        const char *failing_map;           // "": none
+    } cases[] = {
+        {sim::chip_tree("zt420"), 3, ""},
+        {sim::chip_tree("zt420"), 0, "effi_monitor1"},
+        {whole.without_property(second, "reg"), 0, ""},
+        {whole.with_property(second, "compatible", unknown_chip), 0, ""},
+    };
 
-    expect_second_unbound(r);
-}
-
-TEST(effi_driver, leaves_a_monitor_unbound_that_cannot_be_mapped) {
-    rig r("zt420");
-    r.machine().fail_named(fault_kind::mapping, "effi_monitor1");
-
-    expect_second_unbound(r);
-}
-
-TEST(effi_driver, leaves_a_monitor_unbound_that_has_no_registers) {
-    rig r(sim::chip_tree("zt420").without_property("/soc/effi_monitor1@1d0c1000", "reg"));
-
-    expect_second_unbound(r);
-}
-
-TEST(effi_driver, leaves_a_monitor_of_an_unknown_chip_alone) {
-    rig r(sim::chip_tree("zt420").with_property("/soc/effi_monitor1@1d0c1000", "compatible",
-                                                std::string("quorix,zt450-effi-mon") + '\0'));
-
-    expect_second_unbound(r);
+    for (const auto &each : cases) {
+        rig r(flat_tree::from_blob(each.tree.blob()));
+        r.machine().fail_nth(fault_kind::allocation, each.failing_allocation);
+        r.machine().fail_named(fault_kind::mapping, each.failing_map);
+        EXPECT_EQ(r.machine().load(), 0);
+        EXPECT_EQ(index_lines(r), lines(3, "<3>effi table idx: [1]"));
+        EXPECT_EQ(
+            r.machine().bound_devices(),
+            (lines{"effi_monitor0@1d0c0000", "effi_monitor2@1d0c2000", "effi_monitor3@1d0c3000"}));
+        EXPECT_EQ(r.peek("0x1d0c100c"), 0u);
+        EXPECT_NE(r.peek("0x1d0c200c"), 0u);
+        EXPECT_EQ(r.machine().unload(), 0);
+        EXPECT_EQ(r.log(), lines(3, "<6>[OVK_BW] OVK EFFI Remove"));
+    }
 }
 
 // A bound monitor's registers are claimed already: a second probe can't have them.

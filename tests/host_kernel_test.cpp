@@ -6,7 +6,7 @@
 
 #include "tests/host_machine.h"
 
-namespace host_test {
+namespace tests {
 
 TEST_F(HostKernel, FindsNodesInTreeOrderAndCountsReferences) {
     device_node *first = ovk_kernel_of_find_node_by_type(nullptr, "kind");
@@ -38,24 +38,32 @@ TEST_F(HostKernel, FindsNodesInTreeOrderAndCountsReferences) {
 TEST_F(HostKernel, ReadsPropertiesWithTheKernelsErrors) {
     device_node *node = unit(2);
     const char *word = nullptr;
-    u32 cells[3] = {};
-    EXPECT_EQ(ovk_kernel_of_property_read_string(node, "text", &word), 0);
+    u32 values[3] = {};
+    const auto string = [&](const char *name) {
+        return ovk_kernel_of_property_read_string(node, name, &word);
+    };
+    const auto cells = [&](const char *name, size_t min, size_t max) {
+        return ovk_kernel_of_property_read_variable_u32_array(node, name, values, min, max);
+    };
+    const auto count = [&](const char *name) {
+        return ovk_kernel_of_property_count_elems_of_size(node, name, 4);
+    };
+    EXPECT_EQ(string("text"), 0);
     EXPECT_STREQ(word, "word");
-    EXPECT_EQ(ovk_kernel_of_property_read_string(node, "none", &word), -EINVAL);
-    EXPECT_EQ(ovk_kernel_of_property_read_string(node, "empty", &word), -ENODATA);
-    EXPECT_EQ(ovk_kernel_of_property_read_string(node, "odd", &word), -EILSEQ);
-    EXPECT_EQ(ovk_kernel_of_property_read_variable_u32_array(node, "cells", cells, 1, 0), 1);
-    EXPECT_EQ(ovk_kernel_of_property_read_variable_u32_array(node, "cells", cells, 1, 3), 3);
-    EXPECT_EQ(cells[2], 3u);
-    EXPECT_EQ(ovk_kernel_of_property_read_variable_u32_array(node, "cells", cells, 1, 2),
-              -EOVERFLOW);
-    EXPECT_EQ(ovk_kernel_of_property_read_variable_u32_array(node, "odd", cells, 1, 0), -EOVERFLOW);
-    EXPECT_EQ(ovk_kernel_of_property_read_variable_u32_array(node, "none", cells, 1, 0), -EINVAL);
-    EXPECT_EQ(ovk_kernel_of_property_count_elems_of_size(node, "cells", 4), 3);
-    EXPECT_EQ(ovk_kernel_of_property_count_elems_of_size(node, "odd", 4), -EINVAL);
-    EXPECT_EQ(ovk_kernel_of_property_count_elems_of_size(node, "empty", 4), 0);
+    EXPECT_EQ(string("none"), -EINVAL);
+    EXPECT_EQ(string("empty"), -ENODATA);
+    EXPECT_EQ(string("odd"), -EILSEQ);
+    EXPECT_EQ(cells("cells", 1, 0), 1);
+    EXPECT_EQ(cells("cells", 1, 3), 3);
+    EXPECT_EQ(values[2], 3u);
+    EXPECT_EQ(cells("cells", 1, 2), -EOVERFLOW);
+    EXPECT_EQ(cells("odd", 1, 0), -EOVERFLOW);
+    EXPECT_EQ(cells("none", 1, 0), -EINVAL);
+    EXPECT_EQ(count("cells"), 3);
+    EXPECT_EQ(count("odd"), -EINVAL);
+    EXPECT_EQ(count("empty"), 0);
     machine->fail_named(host::fault_kind::property, "unit:cells");
-    EXPECT_EQ(ovk_kernel_of_property_count_elems_of_size(node, "cells", 4), -EINVAL);
+    EXPECT_EQ(count("cells"), -EINVAL);
     ovk_kernel_of_node_put(node);
 }
 
@@ -70,13 +78,13 @@ TEST_F(HostKernel, RejectsImproperAccessToRegisters) {
     ovk_kernel_wmb();
     ovk_kernel_writeq_relaxed(1, window + 0x10);
     ovk_kernel_usleep_range(3, 4);
-    const lines expected = {"W32 unit+0x010 0x000000ab", "R32 unit+0x010 0x000000ab", "wmb",
-                            "W64 unit+0x010 0x0000000000000001", "sleep 3 4"};
-    lines traced;
+    std::string traced;
     for (const host::trace_entry &entry : machine->take_trace()) {
-        traced.push_back(entry.text());
+        traced += entry.text() + "\n";
     }
-    EXPECT_EQ(traced, expected);
+    EXPECT_EQ(traced,
+              "W32 unit+0x010 0x000000ab\nR32 unit+0x010 0x000000ab\nwmb\n"
+              "W64 unit+0x010 0x0000000000000001\nsleep 3 4\n");
     EXPECT_EQ(oopses(), lines());
 
     EXPECT_EQ(ovk_kernel_readl_relaxed(window + 0x100), 0xffffffffu);
@@ -371,4 +379,4 @@ TEST_F(HostHandlers, LeaveTheQueueForTheLockWhenKilled) {
     EXPECT_EQ(oopses(), lines());
 }
 
-}  // namespace host_test
+}  // namespace tests

@@ -3,23 +3,16 @@
 // call the services as a module would.
 #pragma once
 
-#include <gtest/gtest.h>
-#include <unistd.h>
-
 #include <array>
-#include <filesystem>
-#include <fstream>
 #include <map>
 #include <memory>
-#include <optional>
-#include <string>
 #include <utility>
-#include <vector>
 
 #include "platform/host/machine.h"
 #include "platform/host/services.h"
+#include "tests/compiled.h"
 
-namespace host_test {
+namespace tests {
 
 using lines = std::vector<std::string>;
 
@@ -59,15 +52,6 @@ class memory_bus : public host::bus {
     lines complaints;
 };
 
-inline devicetree::flat_tree compiled(const char *text) {
-    const std::string file =
-        testing::TempDir() + "host_kernel_" + std::to_string(getpid()) + ".dts";
-    std::ofstream(file) << text;
-    devicetree::flat_tree tree = devicetree::flat_tree::from_file(file);
-    std::filesystem::remove(file);
-    return tree;
-}
-
 class HostKernel : public testing::Test {
   protected:
     // A fresh machine on a tree with this load-code in it.
@@ -102,4 +86,4 @@ class HostKernel : public testing::Test {
     std::unique_ptr<host::machine> machine;
 };
 
-}  // namespace host_test
+}  // namespace tests

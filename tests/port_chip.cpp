@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "tests/port_chip.h"
 
-#include <unistd.h>
-
 #include <cstdio>
-#include <fstream>
+
+#include "tests/compiled.h"
 
 namespace tests {
 
@@ -39,7 +38,6 @@ static const char *const blocks = R"(/dts-v1/;
 // The list goes by document order, so GOP comes before TSP.
 devicetree::flat_tree port_chip(const std::vector<std::string> &port_lists,
                                 const std::string &second_common) {
-    const std::string file = testing::TempDir() + "ovk-ports-" + std::to_string(getpid()) + ".dts";
     std::string gop =
         "    gop { device_type = \"bw\"; module-name = \"GOP\"; domain = \"GFX\"; "
         "module-id = <0>; init-on;\n";
@@ -53,10 +51,7 @@ devicetree::flat_tree port_chip(const std::vector<std::string> &port_lists,
     const std::string second = "smi_common1";
     text.replace(text.find(second), second.size(), "smi_common" + second_common);
     text.insert(text.find("    tsp {"), gop + "};\n");
-    std::ofstream(file) << text;
-    devicetree::flat_tree tree = devicetree::flat_tree::from_file(file);
-    std::remove(file.c_str());
-    return tree;
+    return compiled(text);
 }
 
 namespace {

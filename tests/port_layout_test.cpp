@@ -1,8 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // The port reports byte for byte, at their limits, what they refuse and what they do without.
-#include <chrono>
-#include <future>
-
 #include "platform/host/services.h"
 #include "tests/port_chip.h"
 #include "tests/report_text.h"
@@ -985,11 +982,7 @@ TEST(port_reports_in_turn, a_reader_that_is_killed_while_waiting_measures_nothin
 
     for (const char *attribute : {"bw_larb", "bw_scomm", "bw_emi", "bw_bus"}) {
         ASSERT_EQ(ovk_kernel_mutex_lock_killable(&ovk_measurement_mutex), 0);
-        auto reader = std::async(std::launch::async, [&] { return r.read_code(attribute); });
-        while (reader.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready) {
-            r.machine().kill_waiters();
-        }
-        EXPECT_EQ(reader.get(), -4) << attribute;
+        EXPECT_EQ(r.killed([&] { return r.read_code(attribute); }), -4) << attribute;
         ovk_kernel_mutex_unlock(&ovk_measurement_mutex);
     }
     EXPECT_EQ(r.trace(), lines{});
@@ -1003,11 +996,7 @@ TEST(port_reports_in_turn, a_reader_that_is_killed_while_the_EMI_counts_stops_th
     r.log();
     ASSERT_TRUE(r.chip().hang("emi_cen0"));
 
-    auto reader = std::async(std::launch::async, [&] { return r.machine().read("bw_bus").text; });
-    while (reader.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready) {
-        r.machine().kill_waiters();
-    }
-    EXPECT_EQ(reader.get(), "0%\n");
+    EXPECT_EQ(r.killed([&] { return r.machine().read("bw_bus").text; }), "0%\n");
     EXPECT_EQ(r.log(), lines{});
     EXPECT_EQ(left_on(r), lines{});
 }

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <future>
 #include <memory>
 #include <string>
 #include <vector>
@@ -51,6 +53,17 @@ class rig {
     // New traffic. Settings of ports among its presets are what reads show, but they don't act on
     // the traffic.
     void set_scenario(const soc::scenario &traffic);
+
+    // What a process gets of its request when a fatal signal reaches it. The signal is repeated,
+    // since it may come before the request.
+    template <class F>
+    auto killed(F request) {
+        auto process = std::async(std::launch::async, request);
+        while (process.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready) {
+            machine().kill_waiters();
+        }
+        return process.get();
+    }
 
     // "<3>[OVK_BW]..." lines since the last call, with "\c" behind one that was left open.
     std::vector<std::string> log() {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // Loading: what is logged and published, what makes it fail, and what is left behind then.
 #include "platform/host/services.h"
-#include "tests/host_machine.h"
+#include "tests/compiled.h"
 #include "tests/rig.h"
 
 namespace tests {
@@ -11,26 +11,25 @@ namespace {
 using devicetree::flat_tree;
 using host::fault_kind;
 
+lines operator+(lines first, const lines &then) {
+    first.insert(first.end(), then.begin(), then.end());
+    return first;
+}
+
+lines added(const lines &groups) {
+    lines log;
+    for (const std::string &group : groups) {
+        log.push_back("<5>[OVK-BW] add node: " + group + " \033[K");
+    }
+    return log;
+}
+
 // All that the smallest chip logs while it loads.
-const lines whole_load = {
-    "<6>chip dram clock:[2666]",
-    "<3>effi table idx: [1]",
-    "<3>effi table idx: [1]",
-    "<3>effi table idx: [1]",
-    "<3>effi table idx: [1]",
-    "<5>[OVK-BW] add node: vdec_larb0 \033[K",
-    "<5>[OVK-BW] add node: vdec_larb1 \033[K",
-    "<5>[OVK-BW] add node: hdmirx_larb1 \033[K",
-    "<5>[OVK-BW] add node: scl_larb2 \033[K",
-    "<5>[OVK-BW] add node: scl_comm0 \033[K",
-    "<5>[OVK-BW] add node: gop_larb3 \033[K",
-    "<5>[OVK-BW] add node: aud_larb4 \033[K",
-    "<5>[OVK-BW] add node: peri_comm0 \033[K",
-    "<5>[OVK-BW] add node: peri_comm1 \033[K",
-    "<5>[OVK-BW] add node: bist_engine1 \033[K",
-    "<5>[OVK-BW] add node: bist_engine0 \033[K",
-    "<3>[OVK_BW] fifo_cnt: 0",
-};
+const lines whole_load =
+    lines{"<6>chip dram clock:[2666]"} + lines(4, "<3>effi table idx: [1]") +
+    added({"vdec_larb0", "vdec_larb1", "hdmirx_larb1", "scl_larb2", "scl_comm0", "gop_larb3",
+           "aud_larb4", "peri_comm0", "peri_comm1", "bist_engine1", "bist_engine0"}) +
+    lines{"<3>[OVK_BW] fifo_cnt: 0"};
 
 // How many of these lines have come when loading has got so far.
 enum progress {
@@ -42,11 +41,6 @@ enum progress {
     before_fifos = 16,
     at_end = 17
 };
-
-lines operator+(lines first, const lines &then) {
-    first.insert(first.end(), then.begin(), then.end());
-    return first;
-}
 
 // The log of a load that got that far and then failed with these messages.
 lines failed_load(progress reached, const lines &messages) {
@@ -177,27 +171,23 @@ flat_tree list_of(const std::string &modules, int count) {
         modules + module_node(count, "GOP") + module_node(count + 1, "REF_EMI") +
         module_node(count + 2, "SUM") + "}; };";
 
-    return host_test::compiled(source.c_str());
-}
-
-std::string heading(int colour, const std::string &name, int id) {
-    return "\033[4mModule : \033[" + std::to_string(colour) + ";30m  " + name +
-           "  \033[0m\033[4m / ID: " + std::to_string(id) + "\033[0m\n";
+    return compiled(source);
 }
 
 constexpr int yellow = 43, cyan = 46, green = 42, magenta = 45, white = 47;
 
-}  // namespace
-
-TEST(startup, logs_every_step_in_order) {
-    rig r("zt420");
-
-    expect_clean_load(r);
+// A module in ip_config.
+std::string listed(int colour, const std::string &name, int id, const std::string &ports = "") {
+    return "\033[4mModule : \033[" + std::to_string(colour) + ";30m  " + name +
+           "  \033[0m\033[4m / ID: " + std::to_string(id) + "\033[0m\n" + ports + "\n";
 }
 
-TEST(startup, publishes_exactly_24_attributes_in_order) {
+}  // namespace
+
+TEST(startup, logs_every_step_and_publishes_24_attributes_in_order) {
     rig r("zt420");
-    const std::vector<host::attribute_info> found = r.loaded().machine().attributes();
+    expect_clean_load(r);
+    const std::vector<host::attribute_info> found = r.machine().attributes();
 
     ASSERT_EQ(found.size(), std::size(attributes));
     for (std::size_t i = 0; i < found.size(); i++) {
@@ -390,43 +380,35 @@ TEST(module_list, holds_modules_with_all_their_groups) {
                                   "mix-module; m { d { larb-id = <6>; port-list = <1>; }; };"
                                   "n { e { }; f { common-id = <2>; port-list = <0 3>; }; };"),
                   3));
-    EXPECT_EQ(load(r), (lines{"<3>[OVK_BW]Failed to fetch dramc info", "<6>chip dram clock:[3200]",
-                              "<5>[OVK-BW] add node: a \033[K", "<5>[OVK-BW] add node: b \033[K",
-                              "<5>[OVK-BW] add node: c \033[K", "<5>[OVK-BW] add node: d \033[K",
-                              "<3>[OVK_BW] error to parse larb/common id",
-                              "<5>[OVK-BW] add node: f \033[K", "<3>[OVK_BW] fifo_cnt: 0"}));
-    EXPECT_EQ(r.read("ip_config"), heading(cyan, "PLAIN", 0) + "\n" + heading(cyan, "BOTH", 1) +
-                                       "SMI_LARB_4 : PORT[ 0 2 ]\nSMI_LARB_3 : PORT[ 31 ]\n"
-                                       "SMI_COMM_1 : PORT[ 7 ]\n\n" +
-                                       heading(cyan, "MIX", 2) +
-                                       "SMI_LARB_6 : PORT[ 1 ]\nSMI_COMM_2 : PORT[ 0 3 ]\n\n" +
-                                       heading(cyan, "GOP", 3) + "\n");
+
+    EXPECT_EQ(load(r),
+              (lines{"<3>[OVK_BW]Failed to fetch dramc info", "<6>chip dram clock:[3200]"} +
+               added({"a", "b", "c", "d"}) + lines{"<3>[OVK_BW] error to parse larb/common id"} +
+               added({"f"}) + lines{"<3>[OVK_BW] fifo_cnt: 0"}));
+    EXPECT_EQ(r.read("ip_config"),
+              listed(cyan, "PLAIN", 0) +
+                  listed(cyan, "BOTH", 1,
+                         "SMI_LARB_4 : PORT[ 0 2 ]\nSMI_LARB_3 : PORT[ 31 ]\n"
+                         "SMI_COMM_1 : PORT[ 7 ]\n") +
+                  listed(cyan, "MIX", 2, "SMI_LARB_6 : PORT[ 1 ]\nSMI_COMM_2 : PORT[ 0 3 ]\n") +
+                  listed(cyan, "GOP", 3));
 }
 
-TEST(module_list, gives_the_slot_of_a_group_without_ports_to_the_next) {
+TEST(module_list, gives_the_slot_of_a_group_without_ports_or_number_to_the_next) {
     rig r(list_of(
         module_node(0, "LARBS", "a { larb-id = <4>; }; b { larb-id = <7>; port-list = <1 2>; };") +
             module_node(1, "COMMONS",
-                        "c { common-id = <1>; }; d { common-id = <2>; port-list = <5>; };"),
-        2));
-    r.loaded();
+                        "c { common-id = <1>; }; d { common-id = <2>; port-list = <5>; };") +
+            module_node(2, "BYTES",
+                        "e { larb-id = [01]; port-list = <3>; };"
+                        "f { larb-id = <7>; port-list = <1>; };"),
+        3));
 
-    EXPECT_EQ(r.read("ip_config"),
-              heading(cyan, "LARBS", 0) + "SMI_LARB_7 : PORT[ 1 2 ]\nSMI_LARB_0 : PORT[ ]\n\n" +
-                  heading(cyan, "COMMONS", 1) + "SMI_COMM_2 : PORT[ 5 ]\nSMI_COMM_0 : PORT[ ]\n\n" +
-                  heading(cyan, "GOP", 2) + "\n");
-}
-
-TEST(module_list, takes_no_group_whose_number_is_no_cell) {
-    rig r(list_of(module_node(0, "LARBS",
-                              "a { larb-id = [01]; port-list = <3>; };"
-                              "b { larb-id = <7>; port-list = <1>; };"),
-                  1));
-    r.loaded();
-
-    EXPECT_EQ(r.read("ip_config"), heading(cyan, "LARBS", 0) +
-                                       "SMI_LARB_7 : PORT[ 1 ]\nSMI_LARB_0 : PORT[ ]\n\n" +
-                                       heading(cyan, "GOP", 1) + "\n");
+    EXPECT_EQ(r.loaded().read("ip_config"),
+              listed(cyan, "LARBS", 0, "SMI_LARB_7 : PORT[ 1 2 ]\nSMI_LARB_0 : PORT[ ]\n") +
+                  listed(cyan, "COMMONS", 1, "SMI_COMM_2 : PORT[ 5 ]\nSMI_COMM_0 : PORT[ ]\n") +
+                  listed(cyan, "BYTES", 2, "SMI_LARB_7 : PORT[ 1 ]\nSMI_LARB_0 : PORT[ ]\n") +
+                  listed(cyan, "GOP", 3));
 }
 
 // SUM and REF_EMI are the last two of three modules, whatever they call themselves.
@@ -446,18 +428,17 @@ TEST(module_list, knows_references_by_their_position_when_their_id_is_none) {
 TEST(listings, show_ports_and_domain_of_every_module_but_the_references) {
     rig r("zt420");
 
-    EXPECT_EQ(r.loaded().read("ip_config"),
-              heading(white, "CPU", 0) + "EMI_PORT[ 0 1 ]\n\n" + heading(magenta, "GPU", 1) +
-                  "EMI_PORT[ 7 ]\n\n" + heading(cyan, "VDEC", 2) +
-                  "SMI_LARB_0 : PORT[ 0 1 2 ]\nSMI_LARB_1 : PORT[ 0 ]\n\n" +
-                  heading(yellow, "HDMIRX", 3) + "SMI_LARB_1 : PORT[ 4 5 ]\n\n" +
-                  heading(green, "SCL", 4) +
-                  "SMI_LARB_2 : PORT[ 0 1 2 3 4 5 ]\nSMI_COMM_0 : PORT[ 4 ]\n\n" +
-                  heading(magenta, "GOP", 5) + "SMI_LARB_3 : PORT[ 0 1 ]\n\n" +
-                  heading(white, "AUD", 6) + "SMI_LARB_4 : PORT[ 0 1 ]\n\n" +
-                  heading(white, "PERI", 7) + "SMI_COMM_0 : PORT[ 5 ]\nSMI_COMM_1 : PORT[ 3 ]\n\n" +
-                  heading(white, "BIST", 8) +
-                  "SMI_LARB_1 : PORT[ 31 ]\nSMI_LARB_0 : PORT[ 31 ]\n\n");
+    EXPECT_EQ(
+        r.loaded().read("ip_config"),
+        listed(white, "CPU", 0, "EMI_PORT[ 0 1 ]\n") +
+            listed(magenta, "GPU", 1, "EMI_PORT[ 7 ]\n") +
+            listed(cyan, "VDEC", 2, "SMI_LARB_0 : PORT[ 0 1 2 ]\nSMI_LARB_1 : PORT[ 0 ]\n") +
+            listed(yellow, "HDMIRX", 3, "SMI_LARB_1 : PORT[ 4 5 ]\n") +
+            listed(green, "SCL", 4, "SMI_LARB_2 : PORT[ 0 1 2 3 4 5 ]\nSMI_COMM_0 : PORT[ 4 ]\n") +
+            listed(magenta, "GOP", 5, "SMI_LARB_3 : PORT[ 0 1 ]\n") +
+            listed(white, "AUD", 6, "SMI_LARB_4 : PORT[ 0 1 ]\n") +
+            listed(white, "PERI", 7, "SMI_COMM_0 : PORT[ 5 ]\nSMI_COMM_1 : PORT[ 3 ]\n") +
+            listed(white, "BIST", 8, "SMI_LARB_1 : PORT[ 31 ]\nSMI_LARB_0 : PORT[ 31 ]\n"));
 }
 
 // Numbered by their positions, not by their ids.

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // The total report byte for byte, at its limits, and what it refuses.
-#include <fstream>
-
+#include "tests/compiled.h"
 #include "tests/pattern.h"
 #include "tests/rig.h"
 
@@ -29,18 +28,9 @@ constexpr const char *small_chip = R"(/dts-v1/;
     sum { device_type = "bw"; module-name = "SUM"; domain = "ALL"; module-id = <3>; init-on; };
 };)";
 
-devicetree::flat_tree small_tree() {
-    const std::string file = testing::TempDir() + "ovk-small-" + std::to_string(getpid()) + ".dts";
-
-    std::ofstream(file) << small_chip;
-    devicetree::flat_tree tree = devicetree::flat_tree::from_file(file);
-    std::remove(file.c_str());
-    return tree;
-}
-
 // total_bw is this many MB/s, so that 1 % is easy to aim at.
 devicetree::flat_tree small_tree_of(std::uint32_t total_bw, std::uint32_t penalty) {
-    return small_tree()
+    return compiled(small_chip)
         .with_u32("/dram_config", "bus_width", 8)
         .with_u32("/dram_config", "dram_clock", total_bw)
         .with_u32("/dram_config", "dram_penalty", penalty);
@@ -126,7 +116,7 @@ std::string line_with(const std::string &report, const std::string &text) {
 // GOP: 640 MB/s at 50 % cost 1280 MB/s, a tenth of 12,800; half its requests are ultra. The
 // reference sees 640 MB/s at 70 %.
 TEST(total_layout, full_report_is_exact) {
-    rig r(small_tree());
+    rig r(compiled(small_chip));
     r.loaded();
     set_traffic(r, {gop(640, 50, 50)});
 
@@ -149,7 +139,7 @@ TEST(total_layout, full_report_is_exact) {
 }
 
 TEST(total_layout, simple_report_is_exact) {
-    rig r(small_tree());
+    rig r(compiled(small_chip));
     r.loaded();
     set_traffic(r, {gop(640, 50, 50), tsp(300, 100)});
     r.write("simple_mon", "0x1\n");
@@ -235,7 +225,7 @@ TEST(total_layout, a_bar_far_beyond_the_page_is_cut_with_it) {
 // Processing option 1: GOP, behind a larb, has no row and no weight in SUM's shares, but it is
 // measured, added up and has a bar.
 TEST(total_layout, option_1_leaves_larb_modules_out_of_the_tables) {
-    rig r(small_tree());
+    rig r(compiled(small_chip));
     r.loaded();
     set_traffic(r, {gop(640, 50, 100), tsp(640, 50)});
     r.write("bw_total", "0 1 16 1\n");
@@ -275,7 +265,7 @@ TEST(total_layout, a_time_of_zero_measures_nothing) {
 
 TEST(total_layout, an_efficiency_monitor_that_hangs_costs_its_poll_limit_and_no_more) {
     for (const auto &[emi_clock, polls] : {std::pair{800u, 50u}, {432u, 500u}, {456u, 500u}}) {
-        rig r(small_tree().with_u32("/dram_config", "emi_clock", emi_clock));
+        rig r(compiled(small_chip).with_u32("/dram_config", "emi_clock", emi_clock));
         r.loaded();
         set_traffic(r, {gop(640, 50)});
         r.write("bw_total", "2 0 16 0\n");
@@ -291,7 +281,7 @@ TEST(total_layout, an_efficiency_monitor_that_hangs_costs_its_poll_limit_and_no_
 }
 
 TEST(total_layout, a_monitor_that_is_done_already_is_read_without_sleeping) {
-    rig r(small_tree());
+    rig r(compiled(small_chip));
     r.loaded();
     set_traffic(r, {gop(640, 50)});
     r.write("bw_total", "2 0 16 0\n");
@@ -306,7 +296,7 @@ TEST(total_layout, a_monitor_that_is_done_already_is_read_without_sleeping) {
 }
 
 TEST(total_layout, an_emi_run_that_hangs_is_stopped_logged_and_zero) {
-    rig r(small_tree());
+    rig r(compiled(small_chip));
     r.loaded();
     set_traffic(r, {gop(640, 100)});
     EXPECT_NE(line_with(r.read("bw_total"), "REF_EMI         EMI         640"), "");
@@ -366,8 +356,6 @@ TEST(total_layout, commons_without_a_monitor_show_data_but_no_bus_bandwidth) {
     for (const outcome &each : outcomes) {
         const auto number = static_cast<std::uint32_t>(each.common[10] - '0');
         const std::string dts_number(1, each.common[10]);
-        const std::string file =
-            testing::TempDir() + "ovk-common-" + std::to_string(getpid()) + ".dts";
         std::string text = small_chip;
         const auto replace = [&text](const std::string &from, const std::string &to) {
             text.replace(text.find(from), from.size(), to);
@@ -376,9 +364,7 @@ TEST(total_layout, commons_without_a_monitor_show_data_but_no_bus_bandwidth) {
         replace("quorix,common-id = <0>", "quorix,common-id = <" + dts_number + ">");
         replace("common-id = <0>; port-list", "common-id = <" + dts_number + ">; port-list");
         replace("effi_monitor0@", "effi_monitor" + std::string(number == 3 ? "6" : "7") + "@");
-        std::ofstream(file) << text;
-        rig r(devicetree::flat_tree::from_file(file));
-        std::remove(file.c_str());
+        rig r(compiled(text));
         r.loaded();
         soc::scenario traffic;
         traffic.sources = {
@@ -430,7 +416,7 @@ TEST(total_layout, a_port_without_efficiency_carries_no_priority_weight) {
 }
 
 TEST(total_layout, without_sum_and_reference_entries_no_other_module_stands_in) {
-    rig r(small_tree()
+    rig r(compiled(small_chip)
               .with_property("/ref", "module-name", std::string("REF_EMX", 8))
               .with_property("/sum", "module-name", std::string("SUN", 4)));
     ASSERT_EQ(r.machine().load(), 0);
@@ -449,7 +435,7 @@ TEST(total_layout, without_sum_and_reference_entries_no_other_module_stands_in) 
 // port 1.
 TEST(total_layout, a_common_without_port_counts_is_measured_as_if_it_had_no_outputs) {
     for (const std::string property : {"input-port-nr", "output-port-nr"}) {
-        rig r(small_tree());
+        rig r(compiled(small_chip));
         r.loaded();
         r.machine().fail_named(host::fault_kind::property, "smi_common0:" + property);
         r.machine().set_tracing(true);
@@ -483,7 +469,7 @@ TEST(total_input, malformed_selections_are_refused_and_change_nothing) {
                              "0x0 0 20 1\n",
                              junk.c_str()};
 
-    rig r(small_tree());
+    rig r(compiled(small_chip));
     r.loaded();
     set_traffic(r, {gop(640, 50), tsp(640, 50)});
     const std::string before = r.read("bw_total");
@@ -498,7 +484,7 @@ TEST(total_input, malformed_selections_are_refused_and_change_nothing) {
 }
 
 TEST(total_input, selections_take_effect_and_say_so) {
-    rig r(small_tree());
+    rig r(compiled(small_chip));
     r.loaded();
     set_traffic(r, {gop(640, 50), tsp(640, 50)});
 
@@ -513,7 +499,7 @@ TEST(total_input, selections_take_effect_and_say_so) {
 }
 
 TEST(total_input, the_view_takes_any_number_and_nothing_else) {
-    rig r(small_tree());
+    rig r(compiled(small_chip));
     r.loaded();
 
     const auto is_simple = [&r] { return r.read("bw_total").starts_with("\033[K\n"); };

@@ -45,6 +45,7 @@ class chip : public testing::TestWithParam<chip_facts> {
   protected:
     static constexpr std::uint32_t total_ms = 100;
     static constexpr std::uint32_t port_ms = 20;
+    static inline const std::string port_time = std::to_string(port_ms);
 
     void add_total(std::vector<expectation> &all) const {
         const auto total = tests::expect_total(tree_, traffic_, GetParam().dram_clock, total_ms);
@@ -60,22 +61,24 @@ class chip : public testing::TestWithParam<chip_facts> {
 
         for (std::uint32_t id = 0; id < modules; ++id) {
             const std::string number = std::to_string(id);
-            all.push_back({"larbs" + number, "echo " + number + " 20 >bw_larb; cat bw_larb",
+            all.push_back({"larbs" + number,
+                           "echo " + number + " " + port_time + " >bw_larb; cat bw_larb",
                            [this, id](const std::string &report) {
                                return objections_to_ports(report, oracle_.larb_report(id));
                            }});
         }
-        all.push_back(
-            {"commons", "echo 20 >bw_scomm; cat bw_scomm", [this](const std::string &report) {
-                 return objections_to_ports(report, oracle_.common_report());
-             }});
+        all.push_back({"commons", "echo " + port_time + " >bw_scomm; cat bw_scomm",
+                       [this](const std::string &report) {
+                           return objections_to_ports(report, oracle_.common_report());
+                       }});
     }
 
     // The chip itself times the EMI's monitors.
     void add_emi(std::vector<expectation> &all) const {
         const std::string usage = std::to_string(oracle_.bus_percent(GetParam().dram_clock)) + "%";
 
-        all.push_back({"emi", "echo 20 >bw_emi; cat bw_emi", [this](const std::string &report) {
+        all.push_back({"emi", "echo " + port_time + " >bw_emi; cat bw_emi",
+                       [this](const std::string &report) {
                            return unless_equal(tests::port_rows(report), oracle_.emi_total());
                        }});
         all.push_back(
