@@ -54,6 +54,7 @@ inline constexpr int EINTR = 4;
 inline constexpr int ENXIO = 6;
 inline constexpr int ENOMEM = 12;
 inline constexpr int EINVAL = 22;
+inline constexpr int ETIMEDOUT = 110;
 
 extern "C" {
 
@@ -121,8 +122,12 @@ struct ovk_platform_driver {
     unsigned long kernel_record[96];
 };
 
-/* Serialises the measurements that drive shared hardware monitors. */
+/*
+ * Serialise the measurements that drive shared hardware monitors, and whatever drives the EMI
+ * channels and broadcast mode. The second is taken inside the first, or alone.
+ */
 extern struct mutex ovk_measurement_mutex;
+extern struct mutex ovk_emi_mutex;
 
 /* Log and text. The formats are the kernel's, %pOF and %pOFn included. */
 __attribute__((format(gnu_printf, 1, 2))) int KERNEL_SERVICE(printk)(const char *fmt, ...)
@@ -158,6 +163,8 @@ void KERNEL_SERVICE(mutex_unlock)(struct mutex *lock) BOUND_TO(mutex_unlock);
 /* fatal_signal_pending(current) */
 bool KERNEL_SERVICE(fatal_signal_pending_of_current)(void)
     BOUND_TO(fatal_signal_pending_of_current);
+/* signal_pending(current): any signal, also one that the process handles, and the freezer's */
+bool KERNEL_SERVICE(signal_pending_of_current)(void) BOUND_TO(signal_pending_of_current);
 
 /* Register windows. The _relaxed accessors order against the device, not against memory. */
 void __iomem *KERNEL_SERVICE(of_iomap)(struct device_node *node, int index) BOUND_TO(of_iomap);

@@ -59,6 +59,7 @@ class block_trace {
 inline void add_broadcast(lines &trace, bool on, std::uint32_t targets) {
     block_trace dispatch(trace, "emi_dispatch0");
 
+    dispatch.wmb();
     dispatch.w32(0x100, on ? 0x7f7f : 0);
     dispatch.w32(0x104, on ? targets : 0);
     dispatch.wmb();

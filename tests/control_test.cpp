@@ -3,7 +3,6 @@
 // often a register is read, and whether a message ends its line.
 #include <algorithm>
 
-#include "platform/host/services.h"
 #include "tests/rig.h"
 
 namespace tests {
@@ -83,20 +82,34 @@ TEST(traffic_generator, is_programmed_and_started_by_type_up_to_4_GiB) {
               expected("0x00000001", "0x00000008", "0x00000009"));
 }
 
-// 20,041 polls of 499 us are the first to reach ten seconds.
-TEST(traffic_generator, gives_up_a_loop_whose_pass_never_ends) {
-    rig r("zt410");
-    r.loaded();
-    ASSERT_TRUE(r.chip().hang("miu2gmc0"));
-    r.write("fake_eng_loop", "0 1\n");
-    r.log();
-    r.write("fake_engine", "0 0 1000 0 0\n");
+// The first multiple of 499 us at or above ten seconds and one for every 32 MiB in a direction.
+TEST(traffic_generator, gives_up_a_loop_whose_pass_does_not_end_in_the_time_of_its_size) {
+    for (const auto &[request, polls] : {std::pair{"1000 0 0", 20'041u},
+                                         {"1ffffff 1 0", 20'041u},
+                                         {"2000000 1 0", 22'045u},
+                                         {"2000000 2 0", 24'049u}}) {
+        rig r("zt410");
+        r.loaded();
+        ASSERT_TRUE(r.chip().hang("miu2gmc0"));
+        r.write("fake_eng_loop", "0 1\n");
+        r.log();
+        r.write("fake_engine", std::string("0 0 ") + request + "\n");
 
-    EXPECT_EQ(r.machine().waited_us(), 20'041u * 499);
-    EXPECT_EQ(r.log(), (lines{"<6>id = 0, start = 0, size = 1000, type = 0, pattern = 0",
-                              "<3>[OVK_BW]MIU2GMC_DRV [0] time out"}));
-    EXPECT_TRUE(r.read("fake_engine").starts_with("Fake engine 0: \033[31mFAIL\033[0m\n"));
-    EXPECT_EQ(r.peek("miu2gmc0+0x000"), 0u);
+        EXPECT_EQ(r.machine().waited_us(), std::uint64_t{polls} * 499) << request;
+        EXPECT_EQ(r.log().back(), "<3>[OVK_BW]MIU2GMC_DRV [0] time out");
+        EXPECT_TRUE(r.read("fake_engine").starts_with("Fake engine 0: \033[31mFAIL\033[0m\n"));
+        EXPECT_EQ(r.peek("miu2gmc0+0x000"), 0u);
+    }
+}
+
+// The first engine's group has no ports, so the other one is the only one.
+TEST(traffic_generator, has_no_engine_whose_ports_are_not_known) {
+    const std::string first = std::string(bist) + "/bist_engine0";
+    rig r(sim::chip_tree("zt410").without_property(first, "port-list"));
+    r.loaded();
+
+    EXPECT_EQ(r.read("fake_engine"), "Fake engine 1: NO RESULT\n");
+    EXPECT_EQ(writes_of(r, "fake_engine", "0 0 1000 1 0\n"), lines{});
 }
 
 TEST(traffic_generator, is_not_there_without_its_module) {
@@ -128,21 +141,6 @@ TEST(emi_settings, need_one_to_three_channels) {
         EXPECT_EQ(writes_of(r, "bw_emi_lmt", "0 0 1\n"), lines{});
         EXPECT_EQ(r.log(), lines(3, "<6>Something Wrong!!")) << channels;
     }
-}
-
-// The lock is held by somebody else's measurement.
-TEST(emi_settings, of_a_writer_that_is_killed_while_waiting_are_not_made) {
-    rig r("zt430");
-    r.loaded();
-    r.machine().set_tracing(true);
-
-    for (const char *attribute : {"bw_emi_lmt", "bw_emi_timer", "bw_emi_ostd"}) {
-        ASSERT_EQ(ovk_kernel_mutex_lock_killable(&ovk_measurement_mutex), 0);
-        EXPECT_EQ(r.killed([&] { return r.machine().write(attribute, "0 0 1 1\n"); }), -4)
-            << attribute;
-        ovk_kernel_mutex_unlock(&ovk_measurement_mutex);
-    }
-    EXPECT_EQ(r.trace(), lines{});
 }
 
 TEST(mask, asks_nothing_of_the_sibling_without_three_numbers) {

@@ -13,13 +13,14 @@ namespace tests {
 
 using host::fault_kind;
 
-inline constexpr fault_kind all_kinds[] = {fault_kind::allocation, fault_kind::mapping,
-                                           fault_kind::node,       fault_kind::property,
-                                           fault_kind::attribute,  fault_kind::mask};
+// What a request of the kernel may fail in. Signals to a waiting process have tests of their own.
+inline constexpr fault_kind all_kinds[] = {
+    fault_kind::allocation, fault_kind::mapping,   fault_kind::node, fault_kind::property,
+    fault_kind::presence,   fault_kind::attribute, fault_kind::mask};
 
 inline const char *name_of(fault_kind kind) {
-    static constexpr std::array names = {"allocation", "mapping",   "node",
-                                         "property",   "attribute", "mask"};
+    static constexpr std::array names = {"allocation", "mapping",   "node", "property",
+                                         "presence",   "attribute", "mask"};
 
     return names.at(static_cast<std::size_t>(kind));
 }

@@ -318,8 +318,17 @@ TEST_F(HostDrivers, ObjectsToBadHandlers) {
         return ovk_kernel_mutex_lock_killable(&ovk_measurement_mutex);
     };
     EXPECT_EQ(machine->write("both", "x"), 0);
-    EXPECT_EQ(oopses(), (lines{"a handler of both returned with the measurement lock held",
-                               "store of both returned 0: the writer would loop"}));
+    EXPECT_EQ(oopses(), (lines{"store of both returned 0: the writer would loop",
+                               "a handler of both returned with the measurement lock held"}));
+    taken = [](const char *, size_t size) -> ssize_t {
+        ovk_kernel_mutex_lock_killable(&ovk_emi_mutex);
+        ovk_kernel_mutex_lock_killable(&ovk_measurement_mutex);
+        ovk_kernel_mutex_unlock(&ovk_measurement_mutex);
+        ovk_kernel_mutex_unlock(&ovk_emi_mutex);
+        return static_cast<ssize_t>(size);
+    };
+    EXPECT_EQ(machine->write("both", "x"), 1);
+    EXPECT_EQ(oopses(), lines{"the measurement lock is taken inside one that goes inside it"});
 }
 
 // A handler that waits, with the lock held, until the test lets it go.

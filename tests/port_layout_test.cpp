@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // The port reports byte for byte, at their limits, what they refuse and what they do without.
-#include "platform/host/services.h"
 #include "tests/port_chip.h"
 #include "tests/report_text.h"
+#include "tests/watched_bus.h"
 
 namespace tests {
 
@@ -810,7 +810,31 @@ TEST(emi_failures, a_channel_that_hangs_is_stopped_logged_and_zero) {
     const std::string report = clean_read(r, "bw_emi");
     EXPECT_EQ(row_with(report, "2 "), "2 0 70 1 0 0");
     EXPECT_EQ(row_with(report, "ALL"), "ALL 0 0 - 0 -");
-    EXPECT_EQ(clean_read(r, "bw_bus"), "0%\n");
+    EXPECT_EQ(clean_read(r, "bw_bus", -110), "");
+}
+
+// Port 2 is in the first group of ports, port 7 in the second; the latencies of all are those of
+// the last run. The monitor is never done in the run before which its control register is pinned.
+TEST(emi_failures, a_group_that_hangs_takes_its_counts_and_the_last_one_the_latencies) {
+    for (const int hung : {1, 2}) {
+        watched_machine w(port_chip(), "emi_cen0", 0x404);
+        sim::chip_bus &chip = w.bus.chip();
+        int groups = 0;
+        chip.set_scenario({"", {emi(2, {.read = 300}), emi(7, {.read = 300})}, {}});
+        w.bus.on_access = [&] {
+            chip.unpin_all();
+            if (++groups == hung) {
+                chip.pin(w.register_address - 4, 1);
+            }
+        };
+
+        const std::string report = w.machine.read("bw_emi").text;
+        EXPECT_EQ(row_with(report, "2 "), hung == 1 ? "2 0 70 1 0 200" : "2 300 70 1 428 0");
+        EXPECT_EQ(row_with(report, "7 "), hung == 1 ? "7 300 70 1 428 200" : "7 0 70 1 0 0");
+        groups = 0;
+        EXPECT_EQ(w.machine.read("bw_bus").code, -110);
+        chip.unpin_all();
+    }
 }
 
 // Only channel 0 is asked whether it is done; the other one has counted nothing.
@@ -972,33 +996,6 @@ TEST(port_debug_log, names_an_efficiency_monitor_that_is_not_done) {
     ASSERT_TRUE(r.chip().hang("effi_monitor1"));
     clean_read(r, "bw_emi");
     EXPECT_EQ(r.log(), (lines{late0, late1, late1}));
-}
-
-// The lock is held by somebody else's measurement.
-TEST(port_reports_in_turn, a_reader_that_is_killed_while_waiting_measures_nothing) {
-    rig r(port_chip());
-    r.loaded();
-    r.machine().set_tracing(true);
-
-    for (const char *attribute : {"bw_larb", "bw_scomm", "bw_emi", "bw_bus"}) {
-        ASSERT_EQ(ovk_kernel_mutex_lock_killable(&ovk_measurement_mutex), 0);
-        EXPECT_EQ(r.killed([&] { return r.read_code(attribute); }), -4) << attribute;
-        ovk_kernel_mutex_unlock(&ovk_measurement_mutex);
-    }
-    EXPECT_EQ(r.trace(), lines{});
-}
-
-// Without the signal the run would be given up after twice 49 days.
-TEST(port_reports_in_turn, a_reader_that_is_killed_while_the_EMI_counts_stops_the_monitor) {
-    rig r(port_chip());
-    r.loaded();
-    r.write("bw_emi", "4294967295\n");
-    r.log();
-    ASSERT_TRUE(r.chip().hang("emi_cen0"));
-
-    EXPECT_EQ(r.killed([&] { return r.machine().read("bw_bus").text; }), "0%\n");
-    EXPECT_EQ(r.log(), lines{});
-    EXPECT_EQ(left_on(r), lines{});
 }
 
 }  // namespace tests

@@ -307,18 +307,18 @@ TEST(port_trace, common_ports_are_read_all_and_written_all_before_efficiencies_a
 }
 
 TEST(port_trace, broadcast_mode_reaches_as_many_channels_as_there_are) {
-    for (const auto &[channels, targets] :
-         {std::pair{"1", "0x00000000"}, {"2", "0x00000002"}, {"3", "0x00007f02"}}) {
-        rig r(sim::chip_tree("zt440").with_u32("/emi_arch", "emi_cnt", channels[0] - '0'));
+    for (const auto &[channels, targets] : {std::pair{1u, 0x0u}, {2u, 0x2u}, {3u, 0x7f02u}}) {
+        rig r(sim::chip_tree("zt440").with_u32("/emi_arch", "emi_cnt", channels));
         r.loaded();
         r.machine().set_tracing(true);
-        r.write("bw_emi_lmt", std::string(channels) + " 2 1\n");
-        EXPECT_EQ(r.trace(),
-                  (lines{"W32 emi_dispatch0+0x100 0x00007f7f",
-                         std::string("W32 emi_dispatch0+0x104 ") + targets, "wmb",
-                         "R32 emi_cen0+0x110 0x00000000", "W32 emi_cen0+0x110 0x00000001", "wmb",
-                         "W32 emi_dispatch0+0x100 0x00000000", "W32 emi_dispatch0+0x104 0x00000000",
-                         "wmb"}));
+        r.write("bw_emi_lmt", std::to_string(channels) + " 2 1\n");
+        lines expected;
+        add_broadcast(expected, true, targets);
+        block_trace channel(expected, "emi_cen0");
+        channel.update32(0x110, 0, 1);
+        channel.wmb();
+        add_broadcast(expected, false, 0);
+        EXPECT_EQ(r.trace(), expected);
     }
 }
 

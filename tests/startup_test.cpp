@@ -332,6 +332,16 @@ TEST(platform_configuration, does_without_memory_for_channel_frequencies) {
     EXPECT_EQ(log[1], "<6>chip dram clock:[3200]");
 }
 
+// The DRAM controller may answer with an error code. It is no number of channels to ask memory for.
+TEST(platform_configuration, takes_a_negative_number_of_channels_for_none) {
+    for (const std::uint32_t count : {0x80000000u, 0xffffffedu}) {
+        rig r(sim::chip_tree("zt420").with_u32("/dramc", "channel-cnt", count));
+
+        EXPECT_EQ(load(r)[0], "<3>[OVK_BW]Failed to fetch dramc info");
+        EXPECT_LT(r.machine().allocations().bytes, 1u << 20);
+    }
+}
+
 // An idle CPU shows what its monitors measured, 0 %, or the 64 % assumed where there are none.
 TEST(platform_configuration, learns_from_the_tree_whether_EMI_ports_have_monitors) {
     const flat_tree tree = sim::chip_tree("zt430");
@@ -411,11 +421,12 @@ TEST(module_list, gives_the_slot_of_a_group_without_ports_or_number_to_the_next)
                   listed(cyan, "GOP", 3));
 }
 
-// SUM and REF_EMI are the last two of three modules, whatever they call themselves.
+// SUM and REF_EMI are the last two of three modules, whatever they call themselves: the first
+// number that is no position, and one far beyond.
 TEST(module_list, knows_references_by_their_position_when_their_id_is_none) {
     const flat_tree tree = list_of("", 0)
                                .with_u32("/bw_modules/m1", "module-id", 50)
-                               .with_u32("/bw_modules/m2", "module-id", 99);
+                               .with_u32("/bw_modules/m2", "module-id", 3);
     rig r(flat_tree::from_blob(tree.blob()));
     r.loaded();
 

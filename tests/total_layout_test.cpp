@@ -379,40 +379,58 @@ TEST(total_layout, commons_without_a_monitor_show_data_but_no_bus_bandwidth) {
     }
 }
 
+// VDEC uses larbs 0, 1 and 5; FRC larbs 6 and 7 and then input 0 of SMI common 2.
 TEST(total_layout, a_module_abandoned_part_way_shows_what_was_measured_in_mb_per_second) {
     rig r("zt430");
     const std::string missing = "<3>[OVK_BW]Can't find SMI LARB device base!!";
     r.loaded();
-    // VDEC uses larbs 0, 1 and 5.
     set_traffic(r, {{soc::source_kind::larb_port, 0, 0, {.read = 300, .efficiency = 60}},
-                    {soc::source_kind::larb_port, 1, 0, {.read = 200, .efficiency = 50}}});
+                    {soc::source_kind::larb_port, 1, 0, {.read = 200, .efficiency = 50}},
+                    {soc::source_kind::common_input, 2, 0, {.write = 100}}});
     r.machine().fail_named(host::fault_kind::node, "larb1");
+    r.machine().fail_named(host::fault_kind::node, "larb7");
 
     const std::string report = r.read("bw_total");
     EXPECT_EQ(plain(line_with(report, " VDEC  ")),
               "   2      VDEC          TS         300          60         500           0"
               "           0");
+    EXPECT_EQ(plain(line_with(report, " FRC  ")),
+              "   7       FRC       FRAME           0           0           0           0"
+              "           0");
     EXPECT_EQ(plain(line_with(report, " SUM  ")),
               "  15       SUM         ALL         300          60         500           0"
               "           0");
-    EXPECT_EQ(r.log(), lines{missing});
+    EXPECT_EQ(r.log(), lines(2, missing));
     r.machine().clear_faults();
 }
 
-// The second port's monitor is gone; its requests, all ultra, must not be the first port's.
-TEST(total_layout, a_port_without_efficiency_carries_no_priority_weight) {
-    rig r("zt430");
-    r.loaded();
-    set_traffic(
-        r, {{soc::source_kind::larb_port, 0, 0, {.read = 300, .efficiency = 60, .ultra = 50}},
-            {soc::source_kind::larb_port, 5, 2, {.read = 300, .efficiency = 60, .ultra = 50}}});
-    r.machine().fail_named(host::fault_kind::node, "effi_monitor4");
-
-    EXPECT_EQ(plain(line_with(r.read("bw_total"), " VDEC  ")),
-              "   2      VDEC          TS         600         120         500          25"
-              "           0");
-    EXPECT_EQ(r.log(), lines{"<3>[OVK_BW]Can't find effi_monitor device base!!"});
-    r.machine().clear_faults();
+// The requests of VDEC's second port and of TSP's input, both at monitor 4, are all ultra. Without
+// the monitor they must not be another port's; where their efficiency reads 0 they count, and only
+// the bus bandwidth is not known.
+TEST(total_layout, a_port_without_a_measured_efficiency_carries_no_priority_weight) {
+    for (const bool measured : {false, true}) {
+        rig r("zt430");
+        r.loaded();
+        set_traffic(
+            r, {{soc::source_kind::larb_port, 0, 0, {.read = 300, .efficiency = 60, .ultra = 50}},
+                {soc::source_kind::larb_port, 5, 2, {.read = 300, .efficiency = 0, .ultra = 100}},
+                {soc::source_kind::common_input,
+                 1,
+                 5,
+                 {.write = 300, .efficiency = 0, .ultra = 100}}});
+        if (!measured) {
+            r.machine().fail_named(host::fault_kind::node, "effi_monitor4");
+        }
+        const std::string report = r.read("bw_total");
+        EXPECT_EQ(plain(line_with(report, " VDEC  ")),
+                  std::string("   2      VDEC          TS         600         120         500") +
+                      (measured ? "          75" : "          25") + "           0");
+        EXPECT_EQ(plain(line_with(report, " TSP  ")),
+                  std::string("   4       TSP          TS         300           0           0") +
+                      (measured ? "         100" : "           0") + "           0");
+        r.log();
+        r.machine().clear_faults();
+    }
 }
 
 TEST(total_layout, without_sum_and_reference_entries_no_other_module_stands_in) {

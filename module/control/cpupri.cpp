@@ -78,7 +78,14 @@ static void enable_scope(const register_window &block, const cpu_request &reques
     const u64 control = (block.read64(cpu_control) & ~cpu_control_mode) |
                         (u64{request.operation} << cpu_control_mode_shift);
     block.write64(cpu_control, control);
+    wmb();
     block.write64(cpu_control, control | cpu_scope_bit(request.scope));
+    wmb();
+}
+
+static void disable_scope(const register_window &block, const cpu_request &request) {
+    block.update64(cpu_control, cpu_scope_bit(request.scope), 0);
+    wmb();
 }
 
 static bool is_enabled(const register_window &block, u32 scope) {
@@ -120,7 +127,7 @@ ssize_t cpupri_store(device_driver *, const char *buf, size_t count) {
         return -EPERM;
     }
     if (request.operation == CPU_DISABLE) {
-        block.update64(cpu_control, cpu_scope_bit(request.scope), 0);
+        disable_scope(block, request);
     } else {
         enable_scope(block, request);
     }

@@ -59,7 +59,7 @@ static bool apply(measure_cfg &cfg, const emi_request &request, emi_update updat
     return true;
 }
 
-// Returns the byte count, or -EINTR when killed while a measurement held the channels.
+// Returns the byte count, or -EINTR when killed while a measurement drove the channels.
 static ssize_t store(const emi_request &request, emi_update update, size_t count) {
     owned<measure_cfg> cfg;
 
@@ -70,7 +70,7 @@ static ssize_t store(const emi_request &request, emi_update update, size_t count
         printk(KERN_INFO "Wrong Argument!!\n");
         return static_cast<ssize_t>(count);
     }
-    const measurement_lock lock;
+    const emi_lock lock;
     if (lock.error() != 0) {
         return lock.error();
     }

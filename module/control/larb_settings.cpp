@@ -65,11 +65,12 @@ static void configure(const larb_request &request) {
     }
     if (request.mode == SET_OUTSTANDING) {
         larb.write32(larb_outstanding_of(request.port), request.value);
-        return;
+    } else {
+        const u32 bit = 1u << request.port;
+        larb.update32(request.mode == FORCE_ULTRA ? larb_force_ultra : larb_force_pultra, bit,
+                      request.value != 0 ? bit : 0);
     }
-    const u32 bit = 1u << request.port;
-    larb.update32(request.mode == FORCE_ULTRA ? larb_force_ultra : larb_force_pultra, bit,
-                  request.value != 0 ? bit : 0);
+    wmb();
 }
 
 extern "C" {

@@ -21,14 +21,11 @@ u32 emi_port_cnt;
 u32 smi_common_cnt;
 u32 emi_effi_mon;
 
-bool dramc_has_frequencies() {
-    return _dramc_info.freq && static_cast<s32>(_dramc_info.channel_cnt) >= 1;
-}
-
+// The DRAM controller may answer with an error code, which is negative as a signed number.
 static bool fetch_frequencies() {
     const u32 channels = ovk_dramc_get_support_channel_num();
 
-    if (channels == 0) {
+    if (static_cast<s32>(channels) < 1) {
         return false;
     }
     kfree(_dramc_info.freq);
@@ -58,9 +55,6 @@ void ovk_bw_release_dramc() {
 static u32 lowest_frequency() {
     u32 lowest = 0;
 
-    if (!dramc_has_frequencies()) {
-        return 0;
-    }
     for (u32 i = 0; i < _dramc_info.channel_cnt; i++) {
         const u32 freq = _dramc_info.freq[i];
         if (freq != 0 && (lowest == 0 || freq < lowest)) {

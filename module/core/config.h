@@ -7,7 +7,7 @@
 
 // Frequencies of the DRAM channels, as the DRAM controller module reports them.
 struct dramc_info {
-    u32 channel_cnt;  // 0 until a table was fetched
+    u32 channel_cnt;  // entries of freq; 0 until a table was fetched
     u32 *freq;        // MT/s, 0 for a channel whose frequency is unknown
 };
 extern dramc_info _dramc_info;
@@ -23,10 +23,6 @@ extern u32 emi_cnt;         // EMI channels
 extern u32 emi_port_cnt;    // ports of each EMI channel, at most emi_ports_max
 extern u32 smi_common_cnt;  // SMI commons
 extern u32 emi_effi_mon;    // 1: efficiency monitors sit at the EMI ports
-
-// The channel frequencies, if there are any: channel_cnt counts as signed, since the DRAM
-// controller may answer with an error code.
-bool dramc_has_frequencies();
 
 // Fetches the channel frequencies. Without any, or without memory for them, it only logs.
 void ovk_bw_query_dramc();

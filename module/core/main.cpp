@@ -5,6 +5,7 @@
 #include "core/config.h"
 #include "core/module_list.h"
 #include "core/mon_cfg.h"
+#include "debug/fake_engine.h"
 #include "effi/effi_driver.h"
 
 // Binds to no device: it is there for its directory, which carries the attributes.
@@ -92,8 +93,9 @@ static int start_up() {
 }
 
 // Undoes as much of start_up as was done. Unregistering a driver waits for its handlers, so the
-// lists that they read are freed only after that.
+// lists that they read are freed only after that; so does stopping what they have left running.
 static void tear_down() {
+    end_software_loops();
     if (effi_driver_registered) {
         platform_driver_unregister(&ovk_effi_driver);
         effi_driver_registered = false;
@@ -102,6 +104,7 @@ static void tear_down() {
         platform_driver_unregister(&ovk_bw_driver);
         bw_driver_registered = false;
     }
+    stop_hardware_loops();
     release_module_list();
     release_fifo_list();
     ovk_bw_release_dramc();

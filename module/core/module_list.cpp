@@ -28,6 +28,7 @@ u32 fake_eng_num;
 u32 *fake_eng_list;
 u32 *fake_eng_result;
 u32 *fake_eng_loop;
+static u32 engine_slots;  // for which there is room
 
 bool has_name(const bw_module &module, const char *name) {
     return strncmp(module.name, name, unlimited) == 0;
@@ -61,23 +62,28 @@ static u32 get_lc_num(const device_node *node, u32 kind) {
     return count;
 }
 
+// False: the list is missing, there is no memory for it, or it changed between count and reading.
 static bool read_port_list(const device_node *node, port_group &group) {
     const int count = of_property_count_elems_of_size(node, ports_property, sizeof(u32));
 
     if (count < 0) {
         return false;
     }
-    group.ports = allocate_zeroed<u32>(static_cast<size_t>(count));
-    if (!group.ports) {
+    const size_t ports = static_cast<size_t>(count);
+    u32 *list = allocate_zeroed<u32>(ports);
+    if (!list) {
         return false;
     }
-    group.port_cnt = static_cast<u32>(count);
-    of_property_read_variable_u32_array(node, ports_property, group.ports, group.port_cnt, 0);
+    if (of_property_read_variable_u32_array(node, ports_property, list, ports, 0) < 0) {
+        kfree(list);
+        return false;
+    }
+    group = {static_cast<u32>(ports), list};
     return true;
 }
 
-// Stores what `child` says as port group j of module k. 1: stored; 0: the child is incomplete and
-// the slot is still free.
+// Stores what `child` says as port group j of module k. 1: stored; 0: the child is incomplete, or
+// has come since the groups were counted, and the slot is still free.
 static u32 get_port(const device_node *child, u32 k, u32 j) {
     bw_module &module = mlist[k];
     const bool larb = has_property(child, larb_property);
@@ -88,7 +94,7 @@ static u32 get_port(const device_node *child, u32 k, u32 j) {
     if (!larb && !has_property(child, common_property)) {
         return 0;
     }
-    if (!ids || !groups) {
+    if (!ids || !groups || j >= (larb ? module.larb_cnt : module.common_cnt)) {
         return 0;
     }
     if (!read_u32(child, larb ? larb_property : common_property, ids[j])) {
@@ -97,10 +103,11 @@ static u32 get_port(const device_node *child, u32 k, u32 j) {
     return read_port_list(child, groups[j]) ? 1 : 0;
 }
 
-static bool allocate_engines() {
-    fake_eng_list = allocate_zeroed<u32>(fake_eng_num);
-    fake_eng_result = allocate_zeroed<u32>(fake_eng_num);
-    fake_eng_loop = allocate_zeroed<u32>(fake_eng_num);
+static bool allocate_engines(u32 count) {
+    fake_eng_list = allocate_zeroed<u32>(count);
+    fake_eng_result = allocate_zeroed<u32>(count);
+    fake_eng_loop = allocate_zeroed<u32>(count);
+    engine_slots = count;
     return fake_eng_list && fake_eng_result && fake_eng_loop;
 }
 
@@ -111,6 +118,8 @@ static void release_engines() {
     fake_eng_list = nullptr;
     fake_eng_result = nullptr;
     fake_eng_loop = nullptr;
+    fake_eng_num = 0;
+    engine_slots = 0;
 }
 
 static bool set_up_traffic_generator(const device_node *node, const bw_module &module) {
@@ -119,8 +128,7 @@ static bool set_up_traffic_generator(const device_node *node, const bw_module &m
     }
     loop_mode_gen1 = has_property(node, "loop-mode-gen1") ? 1 : 0;
     fake_eng_loop_mode = has_property(node, "hw-loop") ? 1 : 0;
-    fake_eng_num = module.larb_cnt;
-    if (fake_eng_num == 0 || allocate_engines()) {
+    if (module.larb_cnt == 0 || allocate_engines(module.larb_cnt)) {
         return true;
     }
     release_engines();
@@ -135,12 +143,12 @@ static bool allocate_groups(bw_module &module) {
     return module.larb_ids && module.larb_ports && module.common_ids && module.common_ports;
 }
 
-// Each larb of the traffic generator's module is an engine.
+// Each larb of the traffic generator's module that was stored is an engine: a test of one that the
+// tree leaves incomplete would write memory through a block that nobody described.
 static void add_engine(u32 slot, u32 larb_id) {
-    if (fake_eng_list && slot < fake_eng_num) {
+    if (slot < engine_slots) {
         fake_eng_list[slot] = larb_id;
-        fake_eng_result[slot] = 0;
-        fake_eng_loop[slot] = 0;
+        fake_eng_num = slot < fake_eng_num ? fake_eng_num : slot + 1;
     }
 }
 

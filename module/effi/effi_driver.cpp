@@ -15,7 +15,7 @@ struct effi_drvdata {
 static u32 running_frequency() {
     u32 highest = 0;
 
-    for (u32 i = 0; dramc_has_frequencies() && i < _dramc_info.channel_cnt; i++) {
+    for (u32 i = 0; i < _dramc_info.channel_cnt; i++) {
         highest = _dramc_info.freq[i] > highest ? _dramc_info.freq[i] : highest;
     }
     return highest != 0 ? highest : dram_clock;

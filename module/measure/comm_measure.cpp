@@ -2,6 +2,7 @@
 #include "measure/comm_measure.h"
 
 #include "core/module_list.h"
+#include "core/shared.h"
 #include "measure/arithmetic.h"
 #include "measure/effi_measure.h"
 
@@ -45,10 +46,10 @@ static void measure_input(const measure_cfg &cfg, u32 common, u32 outputs, u32 p
                           smi_direction direction, total_result &result) {
     smi_monitor_measure(cfg.base[0], outputs + port, direction, cfg.time);
     const u32 bandwidth = smi_monitor_bandwidth(cfg.base[0], cfg.time);
-    const u32 efficiency =
-        bandwidth != 0 ? effi_measure(static_cast<s32>(common), port, EFFI_COMMON_TOTAL, result)
-                       : 0;
-    add_port(result, bandwidth, efficiency);
+    if (bandwidth != 0) {
+        add_port(result, bandwidth,
+                 effi_take_sample(static_cast<s32>(common), port, EFFI_COMMON_TOTAL));
+    }
 }
 
 void comm_bw_measure(const measure_cfg &cfg, total_result &result) {
@@ -62,7 +63,7 @@ void comm_bw_measure(const measure_cfg &cfg, total_result &result) {
         printk(KERN_ERR "[OVK_BW]Can't get smi common port info!!\n");
     }
     for (const smi_direction direction : smi_directions) {
-        for (u32 i = 0; i < group.port_cnt; i++) {
+        for (u32 i = 0; i < group.port_cnt && !is_killed(); i++) {
             measure_input(cfg, common, outputs, group.ports[i], direction, result);
         }
     }

@@ -2,6 +2,7 @@
 #include "measure/dram_counter.h"
 
 #include "core/config.h"
+#include "core/shared.h"
 #include "measure/arithmetic.h"
 #include "measure/emi_registers.h"
 #include "measure/emi_window.h"
@@ -73,8 +74,12 @@ static void stop(const register_window &channel0, bool done) {
 }
 
 u64 dram_counter_measure(measure_cfg &cfg, dram_traffic traffic) {
+    const emi_lock lock;
     u64 bandwidth = 0;
 
+    if (lock.error() != 0) {
+        return 0;
+    }
     if (emi_set_base(cfg) == 0 && emi_cnt > 0) {
         start(cfg, traffic);
         const bool done = emi_wait_done(cfg.base[0], cfg.time);

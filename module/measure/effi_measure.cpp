@@ -7,6 +7,7 @@
 #include "debug/debug_log.h"
 #include "effi/effi_map.h"
 #include "measure/effi_registers.h"
+#include "measure/total_result.h"
 
 // Two bits per SMI common input port, of which the lower one picks the path.
 static constexpr u32 smi_common_path_select = 0x220;
@@ -26,13 +27,12 @@ struct effi_source {
     u32 selection_mask = effi_mask_none;
 };
 
-struct effi_sample {
-    u32 efficiency;
-    effi_result counts;
-};
-
 static bool is_larb_type(u32 type) {
     return type == EFFI_LARB_TOTAL || type == EFFI_LARB_DETAIL;
+}
+
+static bool has_burst(u32 type) {
+    return type == EFFI_COMMON_DETAIL || type == EFFI_LARB_DETAIL;
 }
 
 // Map row for each SMI common, path-select bit clear and set.
@@ -148,11 +148,11 @@ static bool is_done(const register_window &monitor) {
 void effi_wait_done(const register_window &monitor, u32 number) {
     bool done = is_done(monitor);
 
-    for (u32 left = wait_limit(); !done && left > 0; left--) {
+    for (u32 left = wait_limit(); !done && left > 0 && !is_killed(); left--) {
         usleep_range(poll_min_us, poll_max_us);
         done = is_done(monitor);
     }
-    if (!done && READ_ONCE(debug_on) != 0) {
+    if (!done && !is_killed() && READ_ONCE(debug_on) != 0) {
         printk(KERN_ALERT "[OVK-BW] EFFI [P%u] time out\n", number);
     }
 }
@@ -166,13 +166,14 @@ static u32 read_result(const register_window &monitor, u32 selector) {
 static effi_sample read_sample(const register_window &monitor, bool with_burst) {
     effi_sample sample{};
 
+    sample.measured = true;
     sample.efficiency = monitor.read32(effi_result_value);
-    sample.counts.cnt_ultra = read_result(monitor, effi_select_ultra);
+    sample.ultra = read_result(monitor, effi_select_ultra);
     effi_select(monitor, effi_select_burst);
     if (with_burst) {
-        sample.counts.burst = monitor.read32(effi_result_value);
+        sample.burst = monitor.read32(effi_result_value);
     }
-    sample.counts.cnt_pultra = read_result(monitor, effi_select_pultra);
+    sample.pultra = read_result(monitor, effi_select_pultra);
     return sample;
 }
 
@@ -185,47 +186,40 @@ static void stop(const register_window &monitor) {
     monitor.update64(effi_control, effi_control_reset, 0);
 }
 
-// False: nothing was measured.
-static bool measure(s32 id, u32 port, u32 type, bool with_burst, effi_sample &sample) {
+effi_sample effi_take_sample(s32 id, u32 port, u32 type) {
+    if (type > EFFI_MONITOR || is_killed()) {
+        return {};
+    }
     const effi_source source = find_source(id, port, type);
-
     if (source.monitor == effi_no_monitor) {
-        return false;
+        return {};
     }
     const register_window monitor = map_block(effi_monitor_block, source.monitor);
     if (!monitor) {
-        return false;
+        return {};
     }
     start(monitor, source);
     effi_wait_done(monitor, source.monitor);
-    sample = read_sample(monitor, with_burst);
+    const effi_sample sample = read_sample(monitor, has_burst(type));
     stop(monitor);
-    return true;
+    return sample;
 }
 
 u32 effi_measure(s32 id, u32 port, u32 type, total_result &result) {
-    effi_sample sample{};
+    const effi_sample sample = has_burst(type) ? effi_sample{} : effi_take_sample(id, port, type);
 
-    if (type != EFFI_LARB_TOTAL && type != EFFI_COMMON_TOTAL && type != EFFI_MONITOR) {
-        return 0;
+    if (sample.measured) {
+        result.ultra = sample.ultra;
+        result.pultra = sample.pultra;
     }
-    if (!measure(id, port, type, false, sample)) {
-        return 0;
-    }
-    result.ultra = sample.counts.cnt_ultra;
-    result.pultra = sample.counts.cnt_pultra;
     return sample.efficiency;
 }
 
 u32 effi_measure(s32 id, u32 port, u32 type, effi_result &result) {
-    effi_sample sample{};
+    const effi_sample sample = has_burst(type) ? effi_take_sample(id, port, type) : effi_sample{};
 
-    if (type != EFFI_COMMON_DETAIL && type != EFFI_LARB_DETAIL) {
-        return 0;
+    if (sample.measured) {
+        result = {sample.ultra, sample.pultra, sample.burst};
     }
-    if (!measure(id, port, type, true, sample)) {
-        return 0;
-    }
-    result = sample.counts;
     return sample.efficiency;
 }

@@ -2,6 +2,7 @@
 #include "measure/emi_measure.h"
 
 #include "core/config.h"
+#include "core/shared.h"
 #include "measure/arithmetic.h"
 #include "measure/effi_measure.h"
 #include "measure/effi_registers.h"
@@ -18,10 +19,14 @@ static register_window map_monitor(u32 port) {
     return map_block(effi_monitor_block, port);
 }
 
-static void prepare_monitor(const register_window &monitor) {
+static void reset_monitor(const register_window &monitor) {
     monitor.write32(effi_control, effi_control_reset);
     wmb();
     monitor.write32(effi_control, 0);
+}
+
+static void prepare_monitor(const register_window &monitor) {
+    reset_monitor(monitor);
     monitor.write32(effi_selection_value, 0);
     monitor.write32(effi_selection_mask, effi_mask_none);
     monitor.update64(effi_control, 0, effi_control_armed);
@@ -120,24 +125,22 @@ static void read_group(const measure_cfg &cfg, const port_group_run &group,
     }
 }
 
-static u32 ports_of(const port_group_run &group) {
-    return ((1u << group.count) - 1) << group.first;
-}
+// True if the last group's run ended.
+static bool measure_groups(const measure_cfg &cfg, emi_results &results) {
+    bool done = false;
 
-// Returns the ports that were counted, a bit for each: those of a run that did not end are not.
-static u32 measure_groups(const measure_cfg &cfg, owned_array<emi_result> &results) {
-    u32 counted = 0;
-
-    for (u32 first = 0; first < emi_port_cnt; first += emi_slots) {
+    for (u32 first = 0; first < emi_port_cnt && !is_killed(); first += emi_slots) {
         const u32 left = emi_port_cnt - first;
         const port_group_run group{first, left < emi_slots ? left : emi_slots};
         start_group(cfg, group);
-        if (emi_wait_done(cfg.base[0], cfg.time)) {
-            read_group(cfg, group, results);
-            counted |= ports_of(group);
+        done = emi_wait_done(cfg.base[0], cfg.time);
+        if (done) {
+            read_group(cfg, group, results.records);
+        } else {
+            results.timed_out = true;
         }
     }
-    return counted;
+    return done;
 }
 
 struct monitor_reading {
@@ -154,9 +157,7 @@ static monitor_reading read_monitor(const register_window &monitor, u32 port) {
     monitor.update_low16(effi_control, 2u << effi_control_selector_shift, 0);
     wmb();
     reading.burst = monitor.read32(effi_result_value);
-    monitor.write32(effi_control, effi_control_reset);
-    wmb();
-    monitor.write32(effi_control, 0);
+    reset_monitor(monitor);
     return reading;
 }
 
@@ -181,6 +182,17 @@ static void read_port_monitor(u32 port, owned_array<emi_result> &results) {
     all.burst[port] = divide_or_zero(all.burst[port], emi_cnt);
 }
 
+// Those of a killed process are stopped without a look at them.
+static void finish_monitors(emi_results &results) {
+    for (u32 port = 0; emi_effi_mon != 0 && port < emi_port_cnt; port++) {
+        if (!is_killed()) {
+            read_port_monitor(port, results.records);
+        } else if (const register_window monitor = map_monitor(port)) {
+            reset_monitor(monitor);
+        }
+    }
+}
+
 static u64 cycles_to_ns(u32 cycles) {
     return divide_or_zero(u64{cycles} * 1'000'000, emi_clock) / 1000;
 }
@@ -192,14 +204,15 @@ static u64 average_latency(const register_window &channel, u32 port) {
     return cycles_to_ns(divide_or_zero(cycles, requests));
 }
 
-// A port that was not counted keeps a latency of 0.
-static void read_latency(const measure_cfg &cfg, u32 port, bool counted,
+// The latency registers cover all ports in every run: what they hold is the last run's, and of one
+// that did not end it is not known.
+static void read_latency(const measure_cfg &cfg, u32 port, bool ended,
                          owned_array<emi_result> &results) {
     u64 sum = 0;
 
     for (u32 channel = 0; channel < emi_cnt; channel++) {
         const register_window &window = cfg.base[channel];
-        const u64 latency = counted ? average_latency(window, port) : 0;
+        const u64 latency = ended ? average_latency(window, port) : 0;
         results[channel].latency[port] = latency;
         results[channel].arb[port] = window.read32(emi_arbitration_of(port));
         sum += latency;
@@ -233,28 +246,32 @@ static void clean_up(const register_window &channel0) {
     enable_broadcast_mode(false);
 }
 
-s32 emi_measure_wrap(measure_cfg &cfg, owned_array<emi_result> &results) {
-    const s32 error = emi_set_base(cfg);
-
-    if (error < 0 || emi_cnt == 0) {
-        emi_release_base(cfg);
-        return error;
-    }
+static void measure_ports(const measure_cfg &cfg, emi_results &results) {
     prepare_monitors();
     enable_broadcast_mode(true);
     cfg.base[0].update_low16(emi_monitor_enable, 0, emi_monitor_enable_bit);
-    const u32 counted = measure_groups(cfg, results);
-    for (u32 port = 0; emi_effi_mon != 0 && port < emi_port_cnt; port++) {
-        read_port_monitor(port, results);
-    }
+    const bool ended = measure_groups(cfg, results);
+    finish_monitors(results);
     enable_broadcast_mode(false);
-    for (u32 port = 0; port < emi_port_cnt; port++) {
-        read_latency(cfg, port, ((counted >> port) & 1) != 0, results);
+    for (u32 port = 0; port < emi_port_cnt && !is_killed(); port++) {
+        read_latency(cfg, port, ended, results.records);
     }
-    for (u32 port = 0; port < emi_port_cnt; port++) {
-        read_settings(cfg, port, results);
+    for (u32 port = 0; port < emi_port_cnt && !is_killed(); port++) {
+        read_settings(cfg, port, results.records);
     }
     clean_up(cfg.base[0]);
+}
+
+s32 emi_measure_wrap(measure_cfg &cfg, emi_results &results) {
+    const emi_lock lock;
+
+    if (lock.error() != 0) {
+        return lock.error();
+    }
+    const s32 error = emi_set_base(cfg);
+    if (error == 0 && emi_cnt != 0) {
+        measure_ports(cfg, results);
+    }
     emi_release_base(cfg);
-    return 0;
+    return error;
 }

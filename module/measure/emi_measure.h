@@ -17,8 +17,15 @@ struct emi_result {
     owned_array<u32> wr_ostd;
 };
 
-// Measures all ports, six at a time, for cfg.time ms each; cfg.base must be free. `results` holds
-// a record for each channel and a last one for all together, zeros but for the efficiencies that
-// stand where no monitors do. 0, or the code of emi_set_base, and then nothing was touched. A group
-// of ports whose run does not end stays 0. Without EMI channels there is nothing to measure.
-s32 emi_measure_wrap(measure_cfg &cfg, owned_array<emi_result> &results);
+// The EMI channels of one measurement, and a last record for all of them together.
+struct emi_results {
+    owned_array<emi_result> records;
+    bool timed_out;  // the run of a group of ports did not end
+};
+
+// Measures all ports, six at a time, for cfg.time ms each; cfg.base must be free. The records of
+// `results` are zeros but for the efficiencies that stand where no monitors do. 0, or the code of
+// emi_set_base or -EINTR when killed before it began, and then nothing was touched; one that is
+// killed later leaves the hardware as a good measurement does. A group of ports whose run does not
+// end stays 0. Without EMI channels there is nothing to measure.
+s32 emi_measure_wrap(measure_cfg &cfg, emi_results &results);

@@ -2,6 +2,7 @@
 #include "measure/emi_window.h"
 
 #include "core/config.h"
+#include "core/shared.h"
 #include "measure/emi_registers.h"
 
 static constexpr u32 dispatch_on = 0x7f7f;
@@ -31,7 +32,10 @@ void emi_release_base(measure_cfg &cfg) {
     }
 }
 
+// Stores to two blocks are not ordered by themselves: what was stored to a channel before has to
+// arrive under the old mode.
 static void write_dispatch(const register_window &dispatch, u32 enable, u32 targets) {
+    wmb();
     dispatch.write32(emi_dispatch_enable, enable);
     dispatch.write32(emi_dispatch_targets, targets);
 }
@@ -67,7 +71,7 @@ bool emi_wait_done(const register_window &channel, u32 time) {
         if ((channel.read32(emi_monitor_control) & emi_monitor_done) != 0) {
             return true;
         }
-        if (fatal_signal_pending_of_current()) {
+        if (is_killed()) {
             return false;
         }
         if (waited >= limit) {

@@ -2,6 +2,7 @@
 #include "measure/larb_measure.h"
 
 #include "core/module_list.h"
+#include "core/shared.h"
 #include "measure/arithmetic.h"
 #include "measure/effi_measure.h"
 
@@ -44,12 +45,13 @@ static void measure_batch(const measure_cfg &cfg, const port_batch &batch, total
         result.port_bw[batch.first + k] = divide_or_zero(bytes, cfg.time);
     }
     for (u32 k = 0; k < batch.count; k++) {
-        const u32 entry = batch.first + k;
-        if (result.port_bw[entry] != 0) {
-            result.effi[entry] =
-                effi_measure(static_cast<s32>(batch.larb), batch.ports[k], EFFI_LARB_TOTAL, result);
+        const u64 bandwidth = result.port_bw[batch.first + k];
+        if (bandwidth != 0) {
+            const effi_sample sample =
+                effi_take_sample(static_cast<s32>(batch.larb), batch.ports[k], EFFI_LARB_TOTAL);
+            result.effi[batch.first + k] = sample.efficiency;
+            add_port(result, bandwidth, sample);
         }
-        add_port(result, result.port_bw[entry], result.effi[entry]);
     }
 }
 
@@ -57,7 +59,7 @@ void larb_bw_measure(const measure_cfg &cfg, total_result &result) {
     const bw_module &module = mlist[cfg.module_id];
     const port_group &group = module.larb_ports[cfg.larb_idx];
 
-    for (u32 done = 0; done < group.port_cnt; done += larb_ports_at_once) {
+    for (u32 done = 0; done < group.port_cnt && !is_killed(); done += larb_ports_at_once) {
         const u32 left = group.port_cnt - done;
         const port_batch batch{.larb = module.larb_ids[cfg.larb_idx],
                                .ports = &group.ports[done],

@@ -4,6 +4,7 @@
 
 #include "core/memory.h"
 #include "measure/arithmetic.h"
+#include "measure/effi_measure.h"
 #include "platform/kernel.h"
 
 // Bandwidths are in bytes per millisecond while the module is measured and in MB/s once it is
@@ -23,15 +24,17 @@ struct total_result {
     u64 pultra_sum;
 };
 
-// Adds a port's bandwidth (bytes per millisecond) with the efficiency and the priority counts that
-// were just measured for it. Without an efficiency the counts are not the port's: then only its
-// data counts.
-inline void add_port(total_result &result, u64 bandwidth, u32 efficiency) {
+// Adds a port's bandwidth (bytes per millisecond) with what its efficiency monitor found. Where
+// nothing was measured only the data count; an efficiency of 0 that was measured adds no bus
+// bandwidth, but has its priority counts.
+inline void add_port(total_result &result, u64 bandwidth, const effi_sample &sample) {
     result.data_bw += bandwidth;
-    if (efficiency == 0) {
+    if (!sample.measured) {
         return;
     }
-    result.bus_bw += bus_bandwidth(bandwidth, efficiency);
+    result.bus_bw += bus_bandwidth(bandwidth, sample.efficiency);
+    result.ultra = sample.ultra;
+    result.pultra = sample.pultra;
     result.ultra_sum += result.ultra * bandwidth;
     result.pultra_sum += result.pultra * bandwidth;
 }

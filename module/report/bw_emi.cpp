@@ -10,7 +10,7 @@
 extern "C" {
 
 ssize_t bw_emi_show(device_driver *, char *buf) {
-    owned_array<emi_result> results;
+    emi_results results{};
     u32 len = 0;
 
     const ssize_t error = emi_gather(results);
@@ -19,9 +19,9 @@ ssize_t bw_emi_show(device_driver *, char *buf) {
     }
     putbuf(buf, &len, REPORT_START);
     if (READ_ONCE(emi_mon_cfg.detail) != 0) {
-        render_emi_detail(buf, &len, results);
+        render_emi_detail(buf, &len, results.records);
     } else {
-        render_emi_total(buf, &len, results[emi_cnt]);
+        render_emi_total(buf, &len, results.records[emi_cnt]);
     }
     return len;
 }

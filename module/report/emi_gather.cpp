@@ -30,10 +30,10 @@ static bool allocate_results(owned_array<emi_result> &results) {
     return true;
 }
 
-ssize_t emi_gather(owned_array<emi_result> &results) {
+ssize_t emi_gather(emi_results &results) {
     owned<measure_cfg> cfg;
 
-    if (!cfg.allocate() || !allocate_results(results)) {
+    if (!cfg.allocate() || !allocate_results(results.records)) {
         return -ENOMEM;
     }
     const measurement_lock lock;
@@ -41,5 +41,9 @@ ssize_t emi_gather(owned_array<emi_result> &results) {
         return lock.error();
     }
     cfg->time = READ_ONCE(emi_mon_cfg.time);
-    return emi_measure_wrap(*cfg, results) < 0 ? -1 : 0;
+    const s32 error = emi_measure_wrap(*cfg, results);
+    if (lock.error() != 0) {
+        return lock.error();
+    }
+    return error < 0 ? -1 : 0;
 }

@@ -11,8 +11,6 @@ inline u64 emi_bus_bandwidth(const emi_result &result, u32 port) {
     return bus_bandwidth(result.data_bw[port], result.effi[port]);
 }
 
-// Measures all ports for the EMI report's monitoring time. `results` becomes a record for each
-// channel and a last one for all together. Without monitors at the EMI ports every port counts at
-// 70 %. 0, -ENOMEM, -EINTR when killed while waiting for another measurement, or -1 when the
-// channels can't be had.
-ssize_t emi_gather(owned_array<emi_result> &results);
+// Measures all ports for the EMI report's monitoring time. Without monitors at the EMI ports every
+// port counts at 70 %. 0, -ENOMEM, -EINTR when killed, or -1 when the channels can't be had.
+ssize_t emi_gather(emi_results &results);

@@ -91,7 +91,7 @@ static void measure_port_efficiency(const larb_run &run, u32 i, u32 mode, u64 ba
 // What a port's efficiency monitor found in the write phase replaces what it found in the read
 // phase.
 static void measure_direction(const larb_run &run, u32 mode, owned_array<u64> &bandwidth) {
-    for (u32 i = 0; i < run.group.port_cnt; i++) {
+    for (u32 i = 0; i < run.group.port_cnt && !is_killed(); i++) {
         run_monitor(run, run.group.ports[i], mode);
         const u32 bytes = run.window.read32(larb_monitor_data) * larb_data_unit;
         bandwidth[i] = to_mb_per_second(divide_or_zero(bytes, run.time));
@@ -102,7 +102,7 @@ static void measure_direction(const larb_run &run, u32 mode, owned_array<u64> &b
 }
 
 static void measure_command_periods(const larb_run &run) {
-    for (u32 i = 0; i < run.group.port_cnt; i++) {
+    for (u32 i = 0; i < run.group.port_cnt && !is_killed(); i++) {
         run_monitor(run, run.group.ports[i], larb_mode_command_period);
         const u64 cycles = run.window.read32(larb_monitor_max_period);
         run.stat.max_cp[i] = static_cast<u32>(divide_or_zero(cycles * ns_per_us, smi_clock));
@@ -132,7 +132,7 @@ static void read_settings(const larb_run &run) {
 }
 
 void larb_report_measure(const bw_module &module, u32 time, larb_stats &stats) {
-    for (u32 j = 0; j < module.larb_cnt; j++) {
+    for (u32 j = 0; j < module.larb_cnt && !is_killed(); j++) {
         stats[j]->larb_idx = j;
         if (!is_stored(module.larb_ports[j])) {
             continue;

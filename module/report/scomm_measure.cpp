@@ -77,7 +77,7 @@ static void measure_direction(const measure_cfg &cfg, smi_direction direction, u
                               owned_array<u64> &bandwidth, owned_array<u32> &period) {
     const register_window &common = cfg.base[0];
 
-    for (u32 port = 0; port < ports; port++) {
+    for (u32 port = 0; port < ports && !is_killed(); port++) {
         smi_monitor_measure(common, port, direction, cfg.time);
         bandwidth[port] = to_mb_per_second(smi_monitor_bandwidth(common, cfg.time));
         const u64 cycles = common.read32(smi_monitor_max_period);
@@ -123,7 +123,7 @@ static void measure_common(const measure_cfg &cfg, comm_result &result) {
 
     measure_direction(cfg, SMI_READ, ports, result.r_bw, result.max_rcp);
     measure_direction(cfg, SMI_WRITE, ports, result.w_bw, result.max_wcp);
-    for (u32 input = 0; input < result.in_cnt; input++) {
+    for (u32 input = 0; input < result.in_cnt && !is_killed(); input++) {
         const u32 port = result.out_cnt + input;
         if (result.r_bw[port] != 0 || result.w_bw[port] != 0) {
             measure_input_efficiency(result, input);
@@ -132,7 +132,7 @@ static void measure_common(const measure_cfg &cfg, comm_result &result) {
 }
 
 void scomm_measure(measure_cfg &cfg, scomm_results &results) {
-    for (u32 k = 0; k < results.found; k++) {
+    for (u32 k = 0; k < results.found && !is_killed(); k++) {
         cfg.base[0] = map_block(smi_common_block, results.commons[k]->id);
         if (!cfg.base[0]) {
             return;

@@ -77,7 +77,7 @@ static void measure_by_dram_counter(measure_cfg &cfg, dram_traffic traffic, tota
 
 // False: a larb can't be had, and what is left of the module is not measured.
 static bool measure_larbs(measure_cfg &cfg, const bw_module &module, total_result &result) {
-    for (u32 j = 0; j < module.larb_cnt; j++) {
+    for (u32 j = 0; j < module.larb_cnt && !is_killed(); j++) {
         const port_group &group = module.larb_ports[j];
         if (!is_stored(group)) {
             continue;
@@ -95,7 +95,7 @@ static bool measure_larbs(measure_cfg &cfg, const bw_module &module, total_resul
 }
 
 static void measure_commons(measure_cfg &cfg, const bw_module &module, total_result &result) {
-    for (u32 j = 0; j < module.common_cnt; j++) {
+    for (u32 j = 0; j < module.common_cnt && !is_killed(); j++) {
         if (!is_stored(module.common_ports[j])) {
             continue;
         }
@@ -158,7 +158,7 @@ static bool is_enabled(u32 position) {
 static void measure_modules(measure_cfg &cfg, total_results &results) {
     total_result &sum = sum_result(results);
 
-    for (u32 i = 0; i < module_cnt; i++) {
+    for (u32 i = 0; i < module_cnt && !is_killed(); i++) {
         const bw_module &module = mlist[i];
         total_result &result = *results.modules[i];
         if (!is_enabled(i) || is_sum(i) || (is_ref_emi(i) && is_left_out(i))) {
@@ -207,7 +207,7 @@ measure_outcome total_measure(measure_cfg &cfg, total_results &results) {
     cfg.time = READ_ONCE(total_mon_cfg.time);
     measure_modules(cfg, results);
     finish_sum(results);
-    return measure_outcome::complete;
+    return lock.error() == 0 ? measure_outcome::complete : measure_outcome::interrupted;
 }
 
 total_usage usage_of(const total_result &sum) {

@@ -29,7 +29,7 @@ class fault_plan {
         std::set<std::uint64_t> numbers;  // counted like `requests`
         std::set<std::string, std::less<>> names;
     };
-    static constexpr std::size_t kinds = static_cast<std::size_t>(fault_kind::mask) + 1;
+    static constexpr std::size_t kinds = static_cast<std::size_t>(fault_kind::wait) + 1;
 
     mutable std::mutex guard_;
     std::array<plan, kinds> plans_;

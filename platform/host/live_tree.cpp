@@ -144,7 +144,8 @@ bool live_tree::is_available(const device_node *node) {
 
 property *live_tree::find_property(const device_node *node, const char *name, int *length) {
     const devicetree::node *source = usable(node, "of_find_property");
-    if (!source) {
+    const std::string owner = source ? source->name : std::string();
+    if (faults_.strikes(fault_kind::presence, owner + ":" + name) || !source) {
         return nullptr;
     }
     const auto found =

@@ -8,8 +8,6 @@
 
 #include "platform/host/state.h"
 
-struct mutex ovk_measurement_mutex;
-
 namespace host {
 
 static constexpr std::string_view attribute_driver = "ovk-bw";
@@ -36,14 +34,22 @@ static std::vector<std::uint32_t> channel_frequencies(const devicetree::flat_tre
     return controller->u32_array("channel-freq");
 }
 
+// How many channels it says there are; an error code where the tree has one.
+static std::uint32_t channel_count(const devicetree::flat_tree &tree, std::size_t frequencies) {
+    const devicetree::node *controller = tree.by_name("dramc");
+    const auto fallback = static_cast<std::uint32_t>(frequencies);
+    return controller ? controller->u32("channel-cnt").value_or(fallback) : fallback;
+}
+
 machine::state::state(const devicetree::flat_tree &flat, bus &bus_below, options opts)
     : flat_tree(flat),
       dram_frequencies(channel_frequencies(flat, std::move(opts.dram_freq))),
+      dram_channels(channel_count(flat, dram_frequencies.size())),
       hardware(bus_below, opts.realtime, oopses, trace),
       memory(faults, oopses),
       windows(hardware, oopses),
       tree(flat, faults, oopses),
-      files(faults, oopses, ovk_measurement_mutex),
+      files(faults, oopses),
       devices(flat, memory, windows, files, faults, oopses),
       masks(flat, hardware, faults),
       image(opts.module_image, oopses) {}
@@ -62,8 +68,10 @@ void machine::state::settle(const std::string &occasion) {
         oopses.add(std::string(left).append(held));
     }
     devices.clear();
-    if (ovk_measurement_mutex.release_from_anyone()) {
-        oopses.add(left + "the measurement lock, held");
+    for (mutex *const each : kernel_mutexes()) {
+        if (each->release_from_anyone()) {
+            oopses.add(left + each->text() + ", held");
+        }
     }
     memory.clear();
     windows.clear();
@@ -88,7 +96,9 @@ machine::machine(const devicetree::flat_tree &tree, bus &hardware, options opts)
     if (!the_machine.compare_exchange_strong(none, state_.get())) {
         throw std::logic_error("a process has room for one machine at a time");
     }
-    ovk_measurement_mutex.release_from_anyone();
+    for (mutex *const each : kernel_mutexes()) {
+        each->release_from_anyone();
+    }
 }
 
 machine::~machine() {
@@ -121,9 +131,7 @@ int machine::load() {
     if (code > 0) {
         state_->oopses.add("init_module returned " + std::to_string(code));
     }
-    if (ovk_measurement_mutex.release_from_this_thread()) {
-        state_->oopses.add("init_module returned with the measurement lock held");
-    }
+    check_mutexes(state_->oopses, "init_module");
     state_->loaded = true;
     return 0;
 }
@@ -158,7 +166,13 @@ long machine::write(std::string_view attribute, std::string_view text) {
 
 void machine::kill_waiters() {
     state_->files.kill_handlers();
-    ovk_measurement_mutex.kill_waiters();
+    for (mutex *const each : kernel_mutexes()) {
+        each->kill_waiters();
+    }
+}
+
+void machine::interrupt_handlers() {
+    state_->files.interrupt_handlers();
 }
 
 int machine::suspend() {

@@ -50,8 +50,10 @@ struct attribute_info {
 };
 
 // What can be made to fail. Counting starts at 1 with the next request of that kind; every request
-// of the kind counts, those that ask for a thing that does not exist included.
-enum class fault_kind { allocation, mapping, node, property, attribute, mask };
+// of the kind counts, those that ask for a thing that does not exist included. `presence` is the
+// question whether a node has a property, to which the answer is no then. A wait (a sleep, a
+// turn of a busy wait, a lock) "fails" in that its process gets a fatal signal as it begins.
+enum class fault_kind { allocation, mapping, node, property, presence, attribute, mask, wait };
 
 struct options {
     std::string module_image;              // path of the shared object that holds the module
@@ -83,9 +85,12 @@ class machine {
     read_result read(std::string_view attribute);
     long write(std::string_view attribute, std::string_view text);  // bytes written or error
 
-    // A fatal signal for every process that is in `read` or `write` now. A wait for the measurement
-    // lock ends with it; each returns with what the handler makes of it.
+    // A fatal signal for every process that is in `read` or `write` now. A wait for a lock ends
+    // with it; each returns with what the handler makes of it.
     void kill_waiters();
+    // The same with a signal that is not fatal, such as Ctrl-C in a shell that handles it or the
+    // freezer's.
+    void interrupt_handlers();
 
     // System power transition of every bound device.
     int suspend();

@@ -10,6 +10,7 @@
 #undef ENXIO
 #undef ENOMEM
 #undef EINVAL
+#undef ETIMEDOUT
 
 #define KERNEL_SERVICE(name) ovk_kernel_##name
 #include "platform/kernel.h"

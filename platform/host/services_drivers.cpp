@@ -52,7 +52,7 @@ void *KERNEL_SERVICE(dev_get_drvdata)(const struct device *dev) {
 }
 
 u32 KERNEL_SERVICE(ovk_dramc_get_support_channel_num)(void) {
-    return static_cast<u32>(host::current_machine().dram_frequencies.size());
+    return host::current_machine().dram_channels;
 }
 
 u32 KERNEL_SERVICE(ovk_dramc_get_freq)(u32 channel) {

@@ -5,12 +5,20 @@
 
 static constexpr u64 nanoseconds_per_microsecond = 1000;
 
+// A process waits, and may get its signal here.
+static void begin_wait(host::machine::state &machine) {
+    if (machine.faults.strikes(host::fault_kind::wait, "")) {
+        machine.files.kill_this_handler();
+    }
+}
+
 void KERNEL_SERVICE(usleep_range)(unsigned long min_us, unsigned long max_us) {
     host::machine::state &machine = host::current_machine();
     if (max_us < min_us) {
         machine.oopses.add("usleep_range from " + std::to_string(min_us) + " to " +
                            std::to_string(max_us));
     }
+    begin_wait(machine);
     machine.hardware.sleep(min_us, max_us);
 }
 
@@ -20,14 +28,18 @@ u64 KERNEL_SERVICE(ktime_get_ns)(void) {
 
 // Nothing else is there to run, so all that happens to a thread that spins is that time passes.
 int KERNEL_SERVICE(cond_resched)(void) {
-    host::current_machine().hardware.yield();
+    host::machine::state &machine = host::current_machine();
+    begin_wait(machine);
+    machine.hardware.yield();
     return 0;
 }
 
 void KERNEL_SERVICE(cpu_relax)(void) {}
 
 int KERNEL_SERVICE(mutex_lock_killable)(struct mutex *lock) {
-    return lock->lock_killable(host::current_machine().oopses);
+    host::machine::state &machine = host::current_machine();
+    begin_wait(machine);
+    return lock->lock_killable(machine.oopses, machine.files.fatal_signal_pending());
 }
 
 void KERNEL_SERVICE(mutex_unlock)(struct mutex *lock) {
@@ -35,7 +47,11 @@ void KERNEL_SERVICE(mutex_unlock)(struct mutex *lock) {
 }
 
 bool KERNEL_SERVICE(fatal_signal_pending_of_current)(void) {
-    return host::current_machine().files.killed();
+    return host::current_machine().files.fatal_signal_pending();
+}
+
+bool KERNEL_SERVICE(signal_pending_of_current)(void) {
+    return host::current_machine().files.signal_pending();
 }
 
 void *KERNEL_SERVICE(of_iomap)(struct device_node *node, int index) {

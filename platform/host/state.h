@@ -12,10 +12,10 @@
 #include "platform/host/fault_plan.h"
 #include "platform/host/heap.h"
 #include "platform/host/kernel_log.h"
+#include "platform/host/kernel_mutex.h"
 #include "platform/host/kernel_text.h"
 #include "platform/host/live_tree.h"
 #include "platform/host/machine.h"
-#include "platform/host/measurement_lock.h"
 #include "platform/host/module_image.h"
 #include "platform/host/platform_bus.h"
 #include "platform/host/port_masks.h"
@@ -36,6 +36,7 @@ struct machine::state {
 
     const devicetree::flat_tree &flat_tree;
     const std::vector<std::uint32_t> dram_frequencies;
+    const std::uint32_t dram_channels;
     oops_log oopses;
     fault_plan faults;
     kernel_log log;

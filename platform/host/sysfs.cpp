@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "platform/host/kernel_mutex.h"
 #include "platform/host/platform_bus.h"
 
 namespace host {
@@ -40,15 +41,26 @@ class guarded_page {
 
 }  // namespace
 
+// Signals up to the start of the handler that this thread runs, if it runs one.
+struct signals_seen {
+    bool in_handler;
+    std::uint64_t kills;
+    std::uint64_t interrupts;
+};
+static thread_local signals_seen seen;
+
 // A handler's stay in the module. Nothing is held meanwhile but the count of those inside.
 class sysfs::handler_call {
   public:
     handler_call(sysfs &owner, file &target) : owner_(owner), target_(target) {
+        seen = {true, owner.kills_, owner.interrupts_};
         std::scoped_lock lock(owner_.guard_);
         admitted_ = !target_.removed;
         target_.handlers += admitted_ ? 1 : 0;
     }
     ~handler_call() {
+        seen = {};
+        check_mutexes(owner_.oopses_, "a handler of " + target_.name);
         std::scoped_lock lock(owner_.guard_);
         target_.handlers -= admitted_ ? 1 : 0;
         owner_.handler_left_.notify_all();
@@ -118,21 +130,19 @@ std::shared_ptr<sysfs::file> sysfs::find(std::string_view driver, std::string_vi
     return found == files_.end() ? nullptr : *found;
 }
 
-void sysfs::check_lock(const file &target) {
-    if (measurement_lock_.release_from_this_thread()) {
-        oopses_.add("a handler of " + target.name + " returned with the measurement lock held");
-    }
+void sysfs::kill_this_handler() {
+    seen.kills = ~std::uint64_t{0};
 }
 
-// Kills up to the start of the handler that this thread runs.
-static thread_local std::uint64_t kills_before;
+bool sysfs::fatal_signal_pending() const {
+    return seen.in_handler && kills_ != seen.kills;
+}
 
-bool sysfs::killed() const {
-    return kills_ != kills_before;
+bool sysfs::signal_pending() const {
+    return fatal_signal_pending() || (seen.in_handler && interrupts_ != seen.interrupts);
 }
 
 long sysfs::show(file &target, char *page) {
-    kills_before = kills_;
     handler_call call(*this, target);
     if (!call.admitted()) {
         return -ENODEV;
@@ -140,9 +150,7 @@ long sysfs::show(file &target, char *page) {
     if (!target.show) {
         return -EIO;
     }
-    const long count = target.show(target.driver, page);
-    check_lock(target);
-    return count;
+    return target.show(target.driver, page);
 }
 
 machine::read_result sysfs::read(std::string_view driver, std::string_view name) {
@@ -169,7 +177,6 @@ machine::read_result sysfs::read(std::string_view driver, std::string_view name)
 }
 
 long sysfs::store_piece(file &target, std::string_view piece) {
-    kills_before = kills_;
     handler_call call(*this, target);
     if (!call.admitted()) {
         return -ENODEV;
@@ -182,7 +189,6 @@ long sysfs::store_piece(file &target, std::string_view piece) {
     piece.copy(buffer.get(), piece.size());
     buffer[piece.size()] = '\0';
     const long count = target.store(target.driver, buffer.get(), piece.size());
-    check_lock(target);
     return checked_count(target, count, piece.size());
 }
 

@@ -14,15 +14,13 @@
 #include "platform/host/collector.h"
 #include "platform/host/fault_plan.h"
 #include "platform/host/machine.h"
-#include "platform/host/measurement_lock.h"
 #include "platform/host/services.h"
 
 namespace host {
 
 class sysfs {
   public:
-    sysfs(fault_plan &faults, oops_log &oopses, mutex &lock)
-        : faults_(faults), oopses_(oopses), measurement_lock_(lock) {}
+    sysfs(fault_plan &faults, oops_log &oopses) : faults_(faults), oopses_(oopses) {}
 
     // 0, or -EINVAL without a driver, -EEXIST for a name that is taken, -ENOMEM.
     int create(device_driver *driver, const ovk_driver_attribute *record);
@@ -35,9 +33,13 @@ class sysfs {
     machine::read_result read(std::string_view driver, std::string_view name);
     long write(std::string_view driver, std::string_view name, std::string_view text);
 
-    // A fatal signal for every process that is in a handler now.
+    // A signal, fatal or not, for every process that is in a handler now.
     void kill_handlers() { kills_++; }
-    bool killed() const;  // the process that asks, since its handler began
+    void interrupt_handlers() { interrupts_++; }
+    void kill_this_handler();
+    // Whether the process that asks has one pending, which came since its handler began.
+    bool fatal_signal_pending() const;
+    bool signal_pending() const;
 
   private:
     struct file {
@@ -55,12 +57,11 @@ class sysfs {
     long show(file &target, char *page);
     long store_piece(file &target, std::string_view piece);
     long checked_count(const file &target, long count, std::size_t offered);
-    void check_lock(const file &target);
 
     std::atomic<std::uint64_t> kills_ = 0;
+    std::atomic<std::uint64_t> interrupts_ = 0;
     fault_plan &faults_;
     oops_log &oopses_;
-    mutex &measurement_lock_;
     mutable std::mutex guard_;
     std::condition_variable handler_left_;
     std::vector<std::shared_ptr<file>> files_;  // in creation order

@@ -36,6 +36,7 @@ MODULE_AUTHOR("The ovk_bw maintainers");
 MODULE_DESCRIPTION("DRAM and memory bus bandwidth monitor and quality-of-service controls");
 
 DEFINE_MUTEX(ovk_measurement_mutex);
+DEFINE_MUTEX(ovk_emi_mutex);
 
 /* The C++ sources state the layout of this record and the value of this flag on their own. */
 static_assert(sizeof(struct of_device_id) == 200);
@@ -148,6 +149,10 @@ void ovk_kernel_mutex_unlock(struct mutex *lock) {
 
 bool ovk_kernel_fatal_signal_pending_of_current(void) {
     return fatal_signal_pending(current);
+}
+
+bool ovk_kernel_signal_pending_of_current(void) {
+    return signal_pending(current);
 }
 
 /* Register windows. */

@@ -83,7 +83,7 @@ undefined_symbols() { # FILE...
 
 # What the C++ objects may ask of the rest: the services and data of platform/kernel.h, the memory
 # functions that a compiler calls by itself, and the kernel's stack guard.
-allowed='^(ovk_kernel_[a-z0-9_]+|ovk_measurement_mutex|platform_bus_type'
+allowed='^(ovk_kernel_[a-z0-9_]+|ovk_(measurement|emi)_mutex|platform_bus_type'
 allowed+='|mem(cpy|move|set|cmp)|__stack_chk_fail)$'
 
 find_undefined() { # OBJECT...

@@ -54,11 +54,15 @@ std::uint32_t count_of_share(std::uint32_t share) {
     return (share * requests_per_span + percent - 1) / percent;
 }
 
+// 0 as soon as one of the streams has none: what it costs on the bus is beyond all measure.
 std::uint32_t efficiency_of(const streams &passing) {
     std::uint64_t data = 0;
     std::uint64_t bus = 0;
     for (const stream *each : passing) {
         const std::uint64_t moved = rate(each->load, direction::both);
+        if (each->load.efficiency == 0) {
+            return 0;
+        }
         data += moved;
         bus += moved * percent * millionths / each->load.efficiency;
     }
