@@ -23,6 +23,8 @@ namespace soc {
 
 namespace {
 
+constexpr unsigned bits_per_byte = 8;
+
 constexpr std::array<std::string_view, 4> monitor_compatibles = {
     "quorix,zt410-effi-mon",
     "quorix,zt420-effi-mon",
@@ -77,7 +79,7 @@ struct chip::state {
 
     block *at(std::uint64_t address) const;
     void check(const block &accessed, std::uint64_t address, unsigned width, block::operation what);
-    std::vector<block *> repeaters_of(const block &accessed) const;
+    std::vector<block *> repeaters_of(const block &accessed, std::uint32_t end) const;
     std::uint64_t address_of(const preset &wanted) const;
 
     register_file &registers;
@@ -179,8 +181,8 @@ void chip::state::check(const block &accessed, std::uint64_t address, unsigned w
     }
 }
 
-// The channels that a store to this block reaches as well.
-std::vector<block *> chip::state::repeaters_of(const block &accessed) const {
+// The channels that a store to this block reaches as well, unless it ends beyond their window.
+std::vector<block *> chip::state::repeaters_of(const block &accessed, std::uint32_t end) const {
     std::vector<block *> result;
     const bool to_first = std::any_of(channels.begin(), channels.end(), [&](const auto *each) {
         return each == &accessed && each->number() == 0;
@@ -189,7 +191,7 @@ std::vector<block *> chip::state::repeaters_of(const block &accessed) const {
         return result;
     }
     for (emi_channel *each : channels) {
-        if (dispatcher->repeats_on(each->number())) {
+        if (dispatcher->repeats_on(each->number()) && end <= each->window().size) {
             result.push_back(each);
         }
     }
@@ -244,7 +246,7 @@ void chip::stored(std::uint64_t address, unsigned width) {
     const auto offset = static_cast<std::uint32_t>(address - accessed->window().start);
     const std::uint64_t value = state_->registers.get(address, width);
     accessed->stored(offset, width);
-    for (block *each : state_->repeaters_of(*accessed)) {
+    for (block *each : state_->repeaters_of(*accessed, offset + width / bits_per_byte)) {
         state_->registers.set(each->window().start + offset, width, value);
         each->stored(offset, width);
     }

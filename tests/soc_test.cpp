@@ -99,6 +99,16 @@ TEST_F(soc_channels, run_together_by_broadcast_and_carry_a_share_each) {
     EXPECT_EQ(loads("emi_cen1", {0x400, 0x428}), (numbers{0, 565'000 / 8}));
 }
 
+// Channel 1's window ends where the plain registers begin.
+TEST_F(soc_channels, get_what_is_broadcast_within_their_window_alone) {
+    const std::string window("\x1c\x06\xfc\0\0\0\x04\0", 8);
+    power_on(compiled(board).with_property("/emi_cen1@1c031000", "reg", window));
+    start(true);
+    store("emi_cen0", 0x100, 7);
+    EXPECT_EQ(load("emi_cen1", 0x100), 7u);
+    EXPECT_EQ(loads("plain", {0x00, 0x04}), (numbers{0, 0}));
+}
+
 TEST_F(soc_channels, run_alone_without_broadcast_and_count_only_when_enabled) {
     run({video});
     start(false);
