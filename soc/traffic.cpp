@@ -38,6 +38,15 @@ std::uint32_t number_in(const devicetree::node *node, std::string_view property)
     return node == nullptr ? 0 : node->u32(property).value_or(0);
 }
 
+// The channels that are there, by number from 0 on; how many software counts on is its own matter.
+std::uint32_t channels_in(const devicetree::flat_tree &tree) {
+    std::uint32_t channels = 0;
+    while (tree.by_name("emi_cen" + std::to_string(channels)) != nullptr) {
+        ++channels;
+    }
+    return channels;
+}
+
 std::uint64_t channel_peak(const devicetree::node *dram, std::uint32_t channels) {
     const std::uint64_t bytes = number_in(dram, "bus_width") / bits_per_byte;
     return channels == 0 ? 0 : bytes * number_in(dram, "dram_clock") / channels;
@@ -47,11 +56,12 @@ layout read_layout(const devicetree::flat_tree &tree) {
     const devicetree::node *dram = tree.by_name("dram_config");
     const devicetree::node *emi = tree.by_name("emi_arch");
     const devicetree::node *bist = find_module(tree, generator_module);
+    const std::uint32_t channels = channels_in(tree);
     return {.smi_clock = number_in(dram, "smi_clock"),
             .emi_clock = number_in(dram, "emi_clock"),
-            .emi_channels = number_in(emi, "emi_cnt"),
+            .emi_channels = channels,
             .emi_ports = number_in(emi, "emi_port_cnt"),
-            .channel_peak = channel_peak(dram, number_in(emi, "emi_cnt")),
+            .channel_peak = channel_peak(dram, channels),
             .monitors_at_emi = emi != nullptr && emi->has("emi-effi-monitor"),
             .generator_loop_gen1 = bist != nullptr && bist->has("loop-mode-gen1")};
 }

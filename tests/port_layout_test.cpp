@@ -741,6 +741,7 @@ TEST(emi_limits, without_a_clock_or_requests_there_is_no_latency) {
     }
 }
 
+// Whoever counts on one of the three channels sees a third.
 TEST(emi_limits, channel_counts_from_none_to_four) {
     struct outcome {
         std::uint32_t channels;
@@ -749,7 +750,7 @@ TEST(emi_limits, channel_counts_from_none_to_four) {
         const char *usage;
     };
     const outcome outcomes[] = {{0, 0, "2 0 70 1 0 0", "0%\n"},
-                                {1, 0, "2 3000 70 1 4285 200", "11%\n"},
+                                {1, 0, "2 1000 70 1 1428 200", "3%\n"},
                                 {3, 0, "2 3000 70 1 4285 200", "11%\n"},
                                 {4, -1, "", ""}};
 

@@ -100,6 +100,14 @@ TEST_F(soc_controls, outstanding_limit_of_the_emi_slows_one_direction_down) {
     EXPECT_EQ(at_emi("emi_cen1", 6), 500u);
 }
 
+TEST_F(soc_controls, channels_are_those_that_the_tree_has) {
+    for (const std::uint32_t claimed : {1u, 0xffffffffu}) {
+        power_on(compiled(board).with_u32("/emi_arch", "emi_cnt", claimed));
+        run({video});
+        EXPECT_EQ(at_emi("emi_cen1", 2), 1130u / 2);
+    }
+}
+
 TEST_F(soc_controls, masked_port_falls_silent) {
     run({video, audio});
     store("miu2gmc4", 0x40, 1u << 2);
