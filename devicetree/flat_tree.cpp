@@ -22,6 +22,8 @@ namespace {
 
 constexpr std::size_t cell_bytes = 4;
 constexpr std::size_t most_address_cells = 4;
+// The root is the first level. The kernel drops what lies deeper.
+constexpr int most_levels = 64;
 // What the kernel assumes where no ancestor says how many cells an address or a size has.
 constexpr std::uint32_t default_cells = 1;
 
@@ -180,6 +182,9 @@ std::vector<std::unique_ptr<node>> read_nodes(const void *tree) {
     std::vector<node *> ancestors;
     int depth = 0;
     for (int offset = 0; offset >= 0 && depth >= 0; offset = fdt_next_node(tree, offset, &depth)) {
+        if (depth >= most_levels) {
+            throw std::runtime_error("device tree: nodes are nested deeper than 64 levels");
+        }
         ancestors.resize(static_cast<std::size_t>(depth));
         node *parent = ancestors.empty() ? nullptr : ancestors.back();
         result.push_back(read_node(tree, offset, parent));

@@ -105,6 +105,17 @@ TEST(FlatTree, VariesACopyAndLeavesTheOriginalAlone) {
     EXPECT_THROW(tree.without_node("/nowhere"), std::runtime_error);
 }
 
+TEST(FlatTree, HasNoMoreThan64LevelsOfNodes) {
+    std::string levels = "node { };";
+    for (int above = 2; above < 64; ++above) {
+        levels = "node { " + levels + " };";
+    }
+    EXPECT_EQ(compiled("/ { " + levels + " };").nodes().size(), 64u);
+    const auto file = source_file("/ { node { " + levels + " }; };");
+    EXPECT_THROW(flat_tree::from_file(file), std::runtime_error);
+    std::filesystem::remove(file);
+}
+
 TEST(FlatTree, SaysWhichFileIsWrong) {
     const auto file = source_file("/ { broken };");
     try {
