@@ -36,7 +36,8 @@ class tree_text {
                  "dram_config { bus_width = <32>; dram_clock = <3200>; dram_penalty = <85>;"
                  " emi_clock = <800>; smi_clock = <624>; };\n"
                  "emi_arch { emi_cnt = <1>; emi_port_cnt = <8>; smi_common_cnt = <4>; };\n"
-                 "soc { #address-cells = <1>; #size-cells = <1>; ranges;\n";
+                 "soc { compatible = \"simple-bus\"; #address-cells = <1>; #size-cells = <1>; "
+                 "ranges;\n";
         block("emi_cen0", "");
         block("emi_dispatch0", "");
         for (unsigned i = 0; i < 2 * commons; i++) {

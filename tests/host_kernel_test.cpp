@@ -29,7 +29,7 @@ TEST_F(HostKernel, FindsNodesInTreeOrderAndCountsReferences) {
          (child = ovk_kernel_of_get_next_available_child(soc, child));) {
         children += text("%pOF ", child);
     }
-    EXPECT_EQ(children, "/soc/unit@1000 /soc/unit@2000 /soc/unit@4000 ");
+    EXPECT_EQ(children, "/soc/unit@1000 /soc/unit@2000 /soc/unit@4000 /soc/parts ");
     ovk_kernel_of_node_put(soc);
     ovk_kernel_of_node_put(soc);
     EXPECT_EQ(oopses(), lines{"of_node_put of /soc without a reference to it"});
@@ -260,22 +260,24 @@ class HostDrivers : public HostKernel {
     ovk_platform_driver units = {"ovk-effi", matches, &power, probe, removed, {}};
 };
 
-TEST_F(HostDrivers, BindsDevicesInTreeOrderAndReleasesWhatTheyOwn) {
+// Children of a node that is no bus are none, however compatible they are.
+TEST_F(HostDrivers, BindsDevicesOfBusesInTreeOrderAndReleasesWhatTheyOwn) {
     ASSERT_EQ(ovk_kernel_platform_driver_register(&units), 0);
-    EXPECT_EQ(calls, (lines{"probe b", "probe b"}));
-    EXPECT_EQ(machine->bound_devices(), (lines{"unit@1000", "unit@2000"}));
-    EXPECT_EQ(machine->holdings().size(), 6u);  // two drivers, two windows, two blocks
+    EXPECT_EQ(calls, (lines{"probe b", "probe b", "probe b"}));
+    EXPECT_EQ(machine->bound_devices(), (lines{"unit@1000", "unit@2000", "part@5000"}));
+    EXPECT_EQ(machine->holdings().size(), 8u);  // two drivers, three windows, three blocks
     calls.clear();
     EXPECT_EQ(machine->suspend(), -EBUSY);
-    EXPECT_EQ(calls, (lines{"suspend", "suspend", "resume"}));
+    EXPECT_EQ(calls, (lines{"suspend", "suspend", "suspend", "resume", "resume"}));
     suspend_refuser = nullptr;
     EXPECT_EQ(machine->suspend(), 0);
     EXPECT_TRUE(bus.words.empty());
     EXPECT_EQ(machine->resume(), 0);
-    EXPECT_EQ(bus.words, (std::map<std::uint64_t, std::uint64_t>{{0x1000, 5}, {0x2000, 5}}));
+    EXPECT_EQ(bus.words,
+              (std::map<std::uint64_t, std::uint64_t>{{0x1000, 5}, {0x2000, 5}, {0x5000, 5}}));
     calls.clear();
     ovk_kernel_platform_driver_unregister(&units);
-    EXPECT_EQ(calls, (lines{"remove", "remove"}));
+    EXPECT_EQ(calls, (lines{"remove", "remove", "remove"}));
     EXPECT_EQ(machine->holdings().size(), 1u);
 
     probe_code = -ENXIO;

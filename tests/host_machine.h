@@ -21,12 +21,16 @@ inline const char *const source = R"(/dts-v1/;
     #address-cells = <1>; #size-cells = <1>; compatible = "test,board";
     session { load-code = <0>; };
     soc {
+        compatible = "simple-bus";
         #address-cells = <1>; #size-cells = <1>; ranges;
         common: unit@1000 { reg = <0x1000 0x100>; compatible = "test,b", "test,a"; };
         unit@2000 { reg = <0x2000 0x40>; compatible = "test,b"; device_type = "kind";
-                    text = "word"; cells = <1 2 3>; empty; odd = [01 02 03]; link = <0 &common>; };
+                    text = "word"; cells = <1 2 3>; empty; odd = [01 02 03]; link = <0 &common>;
+                    below { compatible = "test,b"; }; };
         unit@3000 { reg = <0x3000 0x40>; compatible = "test,b"; status = "disabled"; };
-        unit@4000 { reg = <0x4000 0x40>; device_type = "kind"; };
+        unit@4000 { reg = <0x4000 0x40>; device_type = "kind"; below { compatible = "test,b"; }; };
+        parts { compatible = "test,parts", "simple-mfd"; ranges;
+                part@5000 { reg = <0x5000 0x40>; compatible = "test,b"; }; };
     };
 };
 )";

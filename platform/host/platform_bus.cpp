@@ -64,6 +64,12 @@ static const of_device_id *best_match(const devicetree::node &node, const of_dev
     return best;
 }
 
+// The buses whose children become devices as well; a node of another kind keeps its own to itself.
+static bool is_bus(const devicetree::node &node) {
+    const auto is = [&node](const char *kind) { return compatible_score(node, kind) != 0; };
+    return is("simple-bus") || is("simple-mfd") || is("isa") || is("arm,amba-bus");
+}
+
 platform_bus::platform_bus(const devicetree::flat_tree &tree, heap &memory,
                            register_windows &windows, sysfs &files, fault_plan &faults,
                            oops_log &oopses)
@@ -74,15 +80,16 @@ platform_bus::platform_bus(const devicetree::flat_tree &tree, heap &memory,
 }
 
 void platform_bus::populate(const devicetree::node &node) {
-    if (!node.available()) {
+    if (!node.available() || !node.has("compatible")) {
         return;
     }
-    if (node.has("compatible")) {
-        platform_device &created = devices_.emplace_back();
-        created.dev.node = &node;
-        for (const devicetree::range &range : node.reg) {
-            created.resources.push_back({range.start, range.size});
-        }
+    platform_device &created = devices_.emplace_back();
+    created.dev.node = &node;
+    for (const devicetree::range &range : node.reg) {
+        created.resources.push_back({range.start, range.size});
+    }
+    if (!is_bus(node)) {
+        return;
     }
     for (const devicetree::node *child : node.children) {
         populate(*child);

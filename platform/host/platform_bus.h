@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// The platform bus: a device for every node that has a `compatible`, and the drivers they bind to.
+// The platform bus: a device for every node that has a `compatible` and is a child of the root or
+// of a bus that itself has a device, and the drivers they bind to.
 #pragma once
 
 #include <atomic>
