@@ -2,6 +2,7 @@
 // The total report byte for byte, at its limits, and what it refuses.
 #include "tests/compiled.h"
 #include "tests/pattern.h"
+#include "tests/report_text.h"
 #include "tests/rig.h"
 
 namespace tests {
@@ -246,6 +247,7 @@ TEST(total_layout, a_long_report_ends_with_the_page) {
     rig r("zt440");
     r.loaded();
     r.chip().set_scenario(sim::find_scenario("zt440", "playback"));
+    enable_all(r, 16);
 
     const auto result = r.machine().read("bw_total");
     EXPECT_EQ(result.code, 4095);

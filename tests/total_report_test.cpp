@@ -101,12 +101,17 @@ TEST_P(total_report, shows_each_master_in_its_own_row_only) {
 }
 
 TEST_P(total_report, agrees_with_every_scenario_that_comes_with_the_chip) {
-    for (const char *name : {"idle", "playback", "graphics", "overload"}) {
+    for (const auto &[name, verdict] : {std::pair{"idle", "SAFE"},
+                                        {"playback", "SAFE"},
+                                        {"graphics", "WARNING"},
+                                        {"overload", "DANGER"}}) {
         SCOPED_TRACE(name);
         rig r(GetParam().soc);
         const soc::scenario traffic = sim::find_scenario(GetParam().soc, name);
         r.chip().set_scenario(traffic);
         r.loaded();
+        EXPECT_TRUE(
+            contains(r.read("bw_total"), std::string("Status: .* ") + verdict + " .*\n.*\n$"));
         enable_all(r, 16);
         expect_agreement(r, traffic,
                          expect_total(r.machine().tree(), traffic, GetParam().dram_clock, 16), 16);
