@@ -37,15 +37,15 @@ failures_by_kind one_block(const std::string &node, const lines &messages) {
     return {{fault_kind::node, {{messages}}}, {fault_kind::mapping, {{when_unmapped}}}};
 }
 
-// A setting of an EMI port on both channels, by these writes: the channels are looked up, then the
-// dispatch block to switch broadcast mode on and off.
+// A setting of an EMI port on all channels, by these writes: the one there is is looked up, then
+// the dispatch block to switch broadcast mode on and off.
 failures_by_kind all_channels(const lines &setting) {
     const std::string no_channel = "<3>[OVK_BW]Can't find EMI device base!!";
     const std::string no_dispatch = "<3>[OVK_BW]Can't find EMI_DISPATCH device base!!";
     const std::string wrong = "<6>Something Wrong!!";
     lines setting_and_off = setting;
     lines on_and_setting = {"W32 emi_dispatch0+0x100 0x00007f7f",
-                            "W32 emi_dispatch0+0x104 0x00000002"};
+                            "W32 emi_dispatch0+0x104 0x00000000"};
 
     setting_and_off.insert(setting_and_off.end(), {"W32 emi_dispatch0+0x100 0x00000000",
                                                    "W32 emi_dispatch0+0x104 0x00000000"});
@@ -53,12 +53,10 @@ failures_by_kind all_channels(const lines &setting) {
     return {{fault_kind::allocation, {{{}}}},
             {fault_kind::node,
              {{{no_channel, wrong}},
-              {{no_channel, wrong}},
               {{no_dispatch}, setting_and_off},
               {{no_dispatch}, on_and_setting}}},
             {fault_kind::mapping,
              {{{unmapped("emi_cen0@1c040000"), no_channel, wrong}},
-              {{unmapped("emi_cen1@1c041000"), no_channel, wrong}},
               {{unmapped("emi_dispatch0@1c048000"), no_dispatch}, setting_and_off},
               {{unmapped("emi_dispatch0@1c048000"), no_dispatch}, on_and_setting}}}};
 }
@@ -73,11 +71,11 @@ const std::vector<operation> &operations() {
         {"bw_emi", "20\n"},
         {"bw_emi_detail", "1\n"},
         {"bw_emi_lmt", nullptr},
-        {"bw_emi_lmt", "2 3 2a\n", all_channels({"W32 emi_cen0+0x118 0x0000002a"})},
+        {"bw_emi_lmt", "1 3 2a\n", all_channels({"W32 emi_cen0+0x118 0x0000002a"})},
         {"bw_emi_timer", nullptr},
-        {"bw_emi_timer", "2 4 1 5a\n", all_channels({"W32 emi_cen0+0x120 0x5a000000"})},
+        {"bw_emi_timer", "1 4 1 5a\n", all_channels({"W32 emi_cen0+0x120 0x5a000000"})},
         {"bw_emi_ostd", nullptr},
-        {"bw_emi_ostd", "2 5 1 a7\n",
+        {"bw_emi_ostd", "1 5 1 a7\n",
          all_channels({"W32 emi_cen0+0x0dc 0x0000a000", "W32 emi_cen0+0x0d8 0x00007000"})},
         {"larb_ostdl", "0 2\n"},
         {"larb_ostdl", nullptr,

@@ -206,9 +206,15 @@ TEST(port_trace, eight_EMI_ports_on_two_channels_run_six_and_then_two) {
     EXPECT_EQ(trace_of_read(r, "bw_bus").size(), expected_trace(run).size());
 }
 
+static devicetree::flat_tree two_channels_with_monitors(std::uint32_t ports) {
+    return sim::chip_tree("zt410")
+        .with_property("/emi_arch", "emi-effi-monitor", "")
+        .with_u32("/emi_arch", "emi_port_cnt", ports);
+}
+
 TEST(port_trace, monitors_at_the_EMI_ports_run_through_all_groups_and_are_read_per_channel) {
-    const emi_run run{.ports = 7, .clock = 800, .time = 1, .monitors = true};
-    rig r(sim::chip_tree("zt430").with_u32("/emi_arch", "emi_port_cnt", 7));
+    const emi_run run{.ports = 7, .clock = 1066, .time = 1, .monitors = true};
+    rig r(two_channels_with_monitors(run.ports));
     r.loaded();
     set_up(r, run);
 
@@ -216,8 +222,8 @@ TEST(port_trace, monitors_at_the_EMI_ports_run_through_all_groups_and_are_read_p
 }
 
 TEST(port_trace, without_EMI_ports_the_monitor_is_only_switched_on_and_off) {
-    const emi_run run{.ports = 0, .clock = 800, .time = 1, .monitors = true};
-    rig r(sim::chip_tree("zt430").with_u32("/emi_arch", "emi_port_cnt", 0));
+    const emi_run run{.ports = 0, .clock = 1066, .time = 1, .monitors = true};
+    rig r(two_channels_with_monitors(run.ports));
     r.loaded();
     r.poke("emi_cen0+0x060", enable_low);
     r.write("bw_emi", "1\n");
