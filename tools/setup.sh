@@ -11,6 +11,7 @@ module_packages=(make gcc-12-aarch64-linux-gnu g++-12-aarch64-linux-gnu kmod)
 lab_packages=(qemu-system-arm cpio)
 check_packages=(libgtest-dev clang-format-14 clang-tidy-14 shellcheck mandoc)
 bench_packages=(libbenchmark-dev)
+fuzz_packages=(clang-14 libclang-rt-14-dev)
 
 say() {
     printf '%s\n' "$*" >&2
@@ -71,4 +72,9 @@ build_host() {
     fi
     quietly "$directory/configure.log" cmake -S "$top" -B "$directory" -G Ninja "${options[@]}"
     quietly "$directory/build.log" cmake --build "$directory" "${targets[@]}"
+}
+
+build_fuzzers() {
+    build_host fuzz -DOVK_FUZZ=ON -DOVK_TESTS=OFF -DCMAKE_CXX_COMPILER=clang++-14 \
+        -DOVK_SANITIZE=fuzzer-no-link,address,undefined -- fuzz-tree fuzz-store
 }

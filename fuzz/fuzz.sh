@@ -1,0 +1,22 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-2.0-only
+#
+# fuzz.sh tree|store SECONDS [OPTION...]: runs a fuzzer that is built, with libFuzzer's options.
+# fuzz.sh tree|store FILE: runs it on the input in that file alone.
+set -euo pipefail
+directory=$(cd "$(dirname "$0")/.." && pwd)/build/fuzz
+fuzzer=$directory/fuzz/fuzz-$1
+log=$directory/$1.log
+
+if [ -f "$2" ]; then
+    exec "$fuzzer" "$2"
+fi
+echo "fuzz $1: for $2 seconds"
+if "$fuzzer" -max_total_time="$2" -max_len=128 -timeout=25 -rss_limit_mb=2048 \
+    -print_funcs=0 -print_final_stats=1 -artifact_prefix="$directory/$1-" "${@:3}" >"$log" 2>&1; then
+    grep '^stat::' "$log"
+else
+    grep -v '^#' "$log"
+    echo "fuzz $1: a finding. './run fuzz $1 FILE' replays the file named above."
+    exit 1
+fi
