@@ -12,24 +12,22 @@
 
 #include "sim/simulator.h"
 
-extern "C" {
-
 // The fuzzer looks for further counters in a section of this name.
+extern "C" {
 __attribute__((section("__libfuzzer_extra_counters"))) unsigned char fuzz_module_counters[16384];
+}
 
-std::size_t LLVMFuzzerMutate(std::uint8_t *bytes, std::size_t size, std::size_t most);
+extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t *bytes, std::size_t size, std::size_t most);
 
 // Inputs would grow slowly from nothing: short ones are drawn by lot.
-std::size_t LLVMFuzzerCustomMutator(std::uint8_t *bytes, std::size_t size, std::size_t most,
-                                    unsigned seed) {
+extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t *bytes, std::size_t size,
+                                               std::size_t most, unsigned seed) {
     if (size >= most / 4) {
         return LLVMFuzzerMutate(bytes, size, most);
     }
     std::generate_n(bytes, most, std::minstd_rand(seed));
     return most;
 }
-
-}  // extern "C"
 
 namespace fuzz {
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // Writes plausible lines and noise to the attributes and reads them, while requests fail, monitors
 // hang, the system sleeps and the module comes and goes.
+#include <map>
+
 #include "fuzz/rig.h"
 
 namespace fuzz {
@@ -23,26 +25,20 @@ class session {
         : input_(input),
           simulator_({devicetree::flat_tree::from_blob(chosen.tree.blob()), {}, {}}) {
         simulator_.chip().set_scenario(chosen.traffic);
-        for (const auto &node : chosen.tree.nodes()) {
-            if (!node->reg.empty()) {
-                blocks_.push_back(node.get());
-            }
-            loops_in_software_ &= !node->has("hw-loop");
-        }
         load();
     }
 
     void act() {
         const int action = input_.ConsumeIntegralInRange(0, 31);
-        const host::attribute_info &attribute = pick(input_, attributes_);
+        const host::attribute_info attribute = pick(input_, machine_.attributes());
         if (action >= 26) {
             disturb(action);
         } else if (action < 20 && (attribute.mode & 0222) != 0) {
             write_some(attribute.name, action < 8);
         } else {
             read(machine_, attribute);
-            judge(attribute.name);
         }
+        judge(attribute.name);
     }
 
   private:
@@ -52,11 +48,11 @@ class session {
             machine_.clear_faults();
             expect(machine_.load() == 0, "load without faults");
         }
-        attributes_ = machine_.attributes();
     }
 
     std::uint32_t register_address() {
-        const std::uint64_t start = pick(input_, blocks_)->reg[0].start;
+        const devicetree::node &node = *pick(input_, machine_.tree().nodes());
+        const std::uint64_t start = node.reg.empty() ? 0x1c000000 : node.reg[0].start;
         return static_cast<std::uint32_t>(start) + 4 * input_.ConsumeIntegralInRange(0U, 1023U);
     }
 
@@ -72,13 +68,13 @@ class session {
     // A loop in software ends when somebody else says so, and here is nobody else. A report
     // measures as long as it was told to.
     void write_some(const std::string &attribute, bool noise) {
-        for (int id = 0; attribute == "fake_engine" && loops_in_software_ && id < 4; id++) {
+        const bool in_software = !machine_.tree().by_name("bw_bist")->has("hw-loop");
+        for (int id = 0; attribute == "fake_engine" && in_software && id < 4; id++) {
             write(machine_, "fake_eng_loop", std::to_string(id) + " 0");
         }
         const std::size_t more = input_.ConsumeIntegral<std::uint8_t>() == 0 ? 4096 : 0;
         write(machine_, attribute,
               noise ? input_.ConsumeRandomLengthString(32).append(more, '7') : line(attribute));
-        judge(attribute);
         if (const auto found = short_times.find(attribute); found != short_times.end()) {
             const auto number = [&] { return pick_number(input_); };
             write(machine_, attribute, printed(found->second, number(), number(), number() % 16));
@@ -95,7 +91,7 @@ class session {
 
     void disturb(int action) {
         const auto kind = static_cast<host::fault_kind>(input_.ConsumeIntegralInRange(0, 5));
-        const std::string &name = pick(input_, blocks_)->name;
+        const std::string &name = pick(input_, machine_.tree().nodes())->name;
         if (action == 26) {
             machine_.fail_nth(kind, 1 + input_.ConsumeIntegral<std::uint8_t>());
         } else if (action == 27) {
@@ -118,9 +114,6 @@ class session {
     choices &input_;
     sim::simulator simulator_;
     host::machine &machine_ = simulator_.machine();
-    std::vector<host::attribute_info> attributes_;
-    std::vector<const devicetree::node *> blocks_;
-    bool loops_in_software_ = true;
 };
 
 }  // namespace fuzz
