@@ -12,7 +12,7 @@ if [ -f "$2" ]; then
     exec "$fuzzer" "$2"
 fi
 echo "fuzz $1: for $2 seconds"
-"$fuzzer" -max_total_time="$2" -max_len=128 -timeout=25 -rss_limit_mb=2048 -print_funcs=0 \
+"$fuzzer" -max_total_time="$2" -max_len=256 -timeout=25 -rss_limit_mb=2048 -print_funcs=0 \
     -print_final_stats=1 -artifact_prefix="$directory/$1-" "${@:3}" >"$log" 2>&1 || {
     grep -v '^#' "$log"
     echo "fuzz $1: a finding; './run fuzz $1 FILE' runs the input in that file again"
