@@ -70,7 +70,8 @@ inline void read(host::machine &machine, const host::attribute_info &attribute) 
     const long code = machine.read(name).code;
     expect((code >= 0 && code < 4096) || code == -ENOMEM ||
                (code == -EACCES && (attribute.mode & 0444) == 0) ||
-               (code == -EPERM && (name == "bw_emi" || name == "bw_bus")),
+               (code == -EPERM && (name == "bw_emi" || name == "bw_bus")) ||
+               (code == -ETIMEDOUT && name == "bw_bus"),
            "read of " + name, code);
 }
 
