@@ -50,8 +50,7 @@ failures_by_kind all_channels(const lines &setting) {
     setting_and_off.insert(setting_and_off.end(), {"W32 emi_dispatch0+0x100 0x00000000",
                                                    "W32 emi_dispatch0+0x104 0x00000000"});
     on_and_setting.insert(on_and_setting.end(), setting.begin(), setting.end());
-    return {{fault_kind::allocation, {{{}}}},
-            {fault_kind::node,
+    return {{fault_kind::node,
              {{{no_channel, wrong}},
               {{no_dispatch}, setting_and_off},
               {{no_dispatch}, on_and_setting}}},

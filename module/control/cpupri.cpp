@@ -1,30 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // Attributes cpupri and cpupri_slot: address ranges with a CPU access priority.
-#include "core/handlers.h"
-#include "core/register_window.h"
+#include "base/handler.h"
+#include "base/register_window.h"
 #include "core/report_buffer.h"
+#include "registers/cpu_pri.h"
 
-// The control word: an enable bit for each scope, and one mode for all of them. Stores take it as
-// the lower half of a doubleword.
-static constexpr u32 cpu_control = 0x18;
-static constexpr u64 cpu_control_mode = 3u << 4;
-static constexpr u32 cpu_control_mode_shift = 4;
-constexpr u32 cpu_scope_bit(u32 scope) {
-    return 1u << (scope + 1);
-}
-
-// The range of a scope in pages, 16 bits a register.
-static constexpr u32 cpu_scopes = 3;
-static constexpr u32 cpu_scope_stride = 16;
-static constexpr u32 cpu_start_low = 0x1c;
-static constexpr u32 cpu_start_high = 0x20;
-static constexpr u32 cpu_end_low = 0x24;
-static constexpr u32 cpu_end_high = 0x28;
 static constexpr u32 half_shift = 16;
 static constexpr u64 half_mask = 0xffff;
-
-static constexpr u64 page_bytes = 0x1000;
-static constexpr u32 page_shift = 12;
+static constexpr u64 page_bytes = 1u << cpu_page_shift;
 
 enum cpu_operation : u32 { CPU_DISABLE = 0, CPU_MODE_1 = 1, CPU_MODE_2 = 2 };
 
@@ -36,7 +19,7 @@ struct cpu_request {
 };
 
 static register_window map_cpu_pri() {
-    const node_ref node(of_find_node_by_name(nullptr, "cpu_pri"));
+    const node_ref node(of_find_node_by_name(nullptr, cpu_pri_node));
 
     return node ? map_node(node.get()) : register_window();
 }
@@ -63,8 +46,8 @@ static bool is_allowed(const cpu_request &request) {
 
 static void write_range(const register_window &block, const cpu_request &request) {
     const u32 scope = request.scope * cpu_scope_stride;
-    const u64 start = request.start >> page_shift;
-    const u64 end = ((request.start + request.size) >> page_shift) - 1;
+    const u64 start = request.start >> cpu_page_shift;
+    const u64 end = ((request.start + request.size) >> cpu_page_shift) - 1;
 
     block.write32(cpu_start_low + scope, static_cast<u32>(start & half_mask));
     block.write32(cpu_start_high + scope, static_cast<u32>((start >> half_shift) & half_mask));
@@ -98,20 +81,18 @@ static u64 read_page(const register_window &block, u32 low, u32 high) {
     return (u64{block.read16(high)} << half_shift) | low_half;
 }
 
-static void render_scope(char *buf, u32 *len, const register_window &block, u32 scope) {
+static void render_scope(report_page &page, const register_window &block, u32 scope) {
     const u32 offset = scope * cpu_scope_stride;
     const u64 start = read_page(block, cpu_start_low + offset, cpu_start_high + offset);
     const u64 end = read_page(block, cpu_end_low + offset, cpu_end_high + offset);
 
-    putbuf(buf, len, "scope:%d - start addr:0x%llx, end addr:0x%llx\n", static_cast<int>(scope),
-           start << page_shift, (end << page_shift) | (page_bytes - 1));
+    page.put("scope:%d - start addr:0x%llx, end addr:0x%llx\n", static_cast<int>(scope),
+             start << cpu_page_shift, (end << cpu_page_shift) | (page_bytes - 1));
 }
-
-extern "C" {
 
 // The one store that refuses with an error code, EPERM: a service sets these ranges and has to
 // know.
-ssize_t cpupri_store(device_driver *, const char *buf, size_t count) {
+STORE_HANDLER(cpupri) {
     s32 operation;
     s32 scope;
     cpu_request request{};
@@ -131,25 +112,25 @@ ssize_t cpupri_store(device_driver *, const char *buf, size_t count) {
     } else {
         enable_scope(block, request);
     }
-    return static_cast<ssize_t>(count);
+    return taken(count);
 }
 
-ssize_t cpupri_show(device_driver *, char *buf) {
+SHOW_HANDLER(cpupri) {
     const register_window block = map_cpu_pri();
-    u32 len = 0;
+    report_page page(buf);
 
     for (u32 scope = 0; block && scope < cpu_scopes; scope++) {
         if (is_enabled(block, scope)) {
-            render_scope(buf, &len, block, scope);
+            render_scope(page, block, scope);
         }
     }
-    return len;
+    return page.length();
 }
 
-ssize_t cpupri_slot_show(device_driver *, char *buf) {
+SHOW_HANDLER(cpupri_slot) {
     const register_window block = map_cpu_pri();
     u32 scope = 0;
-    u32 len = 0;
+    report_page page(buf);
 
     if (!block) {
         return 0;
@@ -157,8 +138,6 @@ ssize_t cpupri_slot_show(device_driver *, char *buf) {
     while (scope < cpu_scopes && is_enabled(block, scope)) {
         scope++;
     }
-    putbuf(buf, &len, "%d\n", scope < cpu_scopes ? static_cast<int>(scope) : -1);
-    return len;
+    page.put("%d\n", scope < cpu_scopes ? static_cast<int>(scope) : -1);
+    return page.length();
 }
-
-}  // extern "C"

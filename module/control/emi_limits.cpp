@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // Attributes bw_emi_lmt, bw_emi_timer and bw_emi_ostd: arbitration settings of an EMI port, on one
 // channel or on all.
+#include "base/handler.h"
+#include "base/shared.h"
 #include "core/config.h"
-#include "core/handlers.h"
-#include "core/memory.h"
 #include "core/report_buffer.h"
-#include "core/shared.h"
-#include "measure/emi_registers.h"
-#include "measure/emi_window.h"
+#include "measure/emi_channels.h"
+#include "registers/emi.h"
 
 // The numbers of one line, compared as unsigned: negative ones are out of range.
 struct emi_request {
@@ -47,37 +46,33 @@ static void set_outstanding(const register_window &channel, const emi_request &r
 }
 
 // False: the channels can't be had.
-static bool apply(measure_cfg &cfg, const emi_request &request, emi_update update) {
+static bool apply(const emi_request &request, emi_update update) {
     const bool all = request.channel == emi_cnt;
+    emi_channels channels;
 
-    if (emi_set_base(cfg) < 0 || emi_cnt == 0) {
+    if (emi_set_base(channels) < 0 || emi_cnt == 0) {
         return false;
     }
     enable_broadcast_mode(all);
-    update(cfg.base[all ? 0 : request.channel], request);
+    update(channels.base[all ? 0 : request.channel], request);
     enable_broadcast_mode(false);
     return true;
 }
 
 // Returns the byte count, or -EINTR when killed while a measurement drove the channels.
 static ssize_t store(const emi_request &request, emi_update update, size_t count) {
-    owned<measure_cfg> cfg;
-
-    if (!cfg.allocate()) {
-        return static_cast<ssize_t>(count);
-    }
     if (request.port >= emi_port_cnt || request.channel > emi_cnt) {
         printk(KERN_INFO "Wrong Argument!!\n");
-        return static_cast<ssize_t>(count);
+        return taken(count);
     }
     const emi_lock lock;
     if (lock.error() != 0) {
         return lock.error();
     }
-    if (!apply(*cfg, request, update)) {
+    if (!apply(request, update)) {
         printk(KERN_INFO "Something Wrong!!\n");
     }
-    return static_cast<ssize_t>(count);
+    return taken(count);
 }
 
 static ssize_t store_directed(const char *buf, size_t count, emi_update update) {
@@ -87,65 +82,61 @@ static ssize_t store_directed(const char *buf, size_t count, emi_update update) 
     u32 value;
 
     if (sscanf(buf, "%d %d %d %x", &channel, &port, &direction, &value) != 4) {
-        return static_cast<ssize_t>(count);
+        return taken(count);
     }
     return store(
         {static_cast<u32>(channel), static_cast<u32>(port), static_cast<u32>(direction), value},
         update, count);
 }
 
-extern "C" {
+SHOW_HANDLER(bw_emi_lmt) {
+    report_page page(buf);
 
-ssize_t bw_emi_lmt_show(device_driver *, char *buf) {
-    u32 len = 0;
-
-    putbuf(buf, &len, "echo [EMI] [PORT] [BW LMT] > bw_emi_lmt\n");
-    putbuf(buf, &len, "[EMI] : Set which EMI.\n");
-    putbuf(buf, &len, "[PORT] : Set which port\n");
-    putbuf(buf, &len, "[BW LMT] : Set bandwidth limitation value (HEX)\n");
-    return len;
+    page.put("echo [EMI] [PORT] [BW LMT] > bw_emi_lmt\n");
+    page.put("[EMI] : Set which EMI.\n");
+    page.put("[PORT] : Set which port\n");
+    page.put("[BW LMT] : Set bandwidth limitation value (HEX)\n");
+    return page.length();
 }
 
-ssize_t bw_emi_timer_show(device_driver *, char *buf) {
-    u32 len = 0;
+SHOW_HANDLER(bw_emi_timer) {
+    report_page page(buf);
 
-    putbuf(buf, &len, "echo [EMI] [PORT] [R/W] [TIMER] > bw_emi_timer\n");
-    putbuf(buf, &len, "[EMI] : Set which EMI.\n");
-    putbuf(buf, &len, "[PORT] : Set which port\n");
-    putbuf(buf, &len, "[R/W] : 0:Read; 1:Write\n");
-    putbuf(buf, &len, "[TIMER] : Set count down timer (HEX)\n");
-    return len;
+    page.put("echo [EMI] [PORT] [R/W] [TIMER] > bw_emi_timer\n");
+    page.put("[EMI] : Set which EMI.\n");
+    page.put("[PORT] : Set which port\n");
+    page.put("[R/W] : 0:Read; 1:Write\n");
+    page.put("[TIMER] : Set count down timer (HEX)\n");
+    return page.length();
 }
 
-ssize_t bw_emi_ostd_show(device_driver *, char *buf) {
-    u32 len = 0;
+SHOW_HANDLER(bw_emi_ostd) {
+    report_page page(buf);
 
-    putbuf(buf, &len, "echo [EMI] [PORT] [R/W] [OSTD] > bw_emi_ostd\n");
-    putbuf(buf, &len, "[EMI] : Set which EMI.\n");
-    putbuf(buf, &len, "[PORT] : Set which port\n");
-    putbuf(buf, &len, "[R/W] : 0:Read; 1:Write\n");
-    putbuf(buf, &len, "[OSTD] : Set out standing limit value (HEX)\n");
-    return len;
+    page.put("echo [EMI] [PORT] [R/W] [OSTD] > bw_emi_ostd\n");
+    page.put("[EMI] : Set which EMI.\n");
+    page.put("[PORT] : Set which port\n");
+    page.put("[R/W] : 0:Read; 1:Write\n");
+    page.put("[OSTD] : Set out standing limit value (HEX)\n");
+    return page.length();
 }
 
-ssize_t bw_emi_lmt_store(device_driver *, const char *buf, size_t count) {
+STORE_HANDLER(bw_emi_lmt) {
     s32 channel;
     s32 port;
     u32 limit;
 
     if (sscanf(buf, "%d %d %x", &channel, &port, &limit) != 3) {
-        return static_cast<ssize_t>(count);
+        return taken(count);
     }
     return store({static_cast<u32>(channel), static_cast<u32>(port), EMI_READ, limit}, set_limit,
                  count);
 }
 
-ssize_t bw_emi_timer_store(device_driver *, const char *buf, size_t count) {
+STORE_HANDLER(bw_emi_timer) {
     return store_directed(buf, count, set_timer);
 }
 
-ssize_t bw_emi_ostd_store(device_driver *, const char *buf, size_t count) {
+STORE_HANDLER(bw_emi_ostd) {
     return store_directed(buf, count, set_outstanding);
 }
-
-}  // extern "C"

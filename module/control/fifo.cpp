@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "control/fifo.h"
 
-#include "core/device_node.h"
-#include "core/memory.h"
+#include "base/device_node.h"
+#include "base/memory.h"
+#include "registers/fifo.h"
 
-// A bank of the register bus lies at its bus address times 512 behind the start of the bus.
-static constexpr u32 riu_start = 0x1C000000;
-static constexpr u32 riu_bank_shift = 9;
 static constexpr size_t bank_bytes = fifo_not_done_flag + sizeof(u32);
 
 u32 fifo_cnt;

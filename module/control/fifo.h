@@ -2,11 +2,7 @@
 // The FIFO status monitors of hardware modules.
 #pragma once
 
-#include "core/register_window.h"
 #include "platform/kernel.h"
-
-// The last register of a bank that is in use.
-inline constexpr u32 fifo_not_done_flag = 0x1c8;
 
 struct fifo_entry {
     const char *module_name;  // in the property storage of `node`, like `ip_name`

@@ -1,24 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // Attributes fifo_status and fifo_status_clear: the FIFO monitors, all at once.
+#include "base/handler.h"
+#include "base/shared.h"
 #include "control/fifo.h"
-#include "core/handlers.h"
 #include "core/report_buffer.h"
-#include "core/shared.h"
-
-static constexpr u32 fifo_thresholds = 0x54;
-static constexpr register_field preultra_threshold{0, 0x7f};
-static constexpr register_field preultra_mask{7, 1};
-static constexpr register_field ultra_threshold{8, 0x7f};
-static constexpr register_field ultra_mask{15, 1};
-static constexpr u32 fifo_urgent = 0x58;
-static constexpr register_field urgent_threshold{0, 0x7f};
-static constexpr register_field urgent_mask{7, 1};
-static constexpr u32 fifo_switch = 0x100;
-static constexpr u32 fifo_switch_pulse = 1u << 4;
-static constexpr u32 fifo_status_word = 0x140;
-static constexpr u32 fifo_enable = 0x1c0;
-static constexpr u32 fifo_enable_bit = 1u << 0;
-static constexpr u32 fifo_not_done_bit = 1u << 2;
+#include "registers/fifo.h"
 
 static u8 sample_mask(const register_view &bank, u32 offset, register_field mask) {
     return static_cast<u8>(mask.of(bank.read32(offset)));
@@ -40,12 +26,12 @@ static void take_sample(fifo_entry &fifo) {
     WRITE_ONCE(fifo.urg_mask, sample_mask(bank, fifo_urgent, urgent_mask));
 }
 
-static void render_fifo(char *buf, u32 *len, u32 i, const fifo_entry &fifo) {
-    putbuf(buf, len, "%4d%10s%10s%10u%10d%10u%10d%10u%10d%16u", static_cast<int>(i),
-           fifo.module_name, fifo.ip_name, READ_ONCE(fifo.th_pultra), READ_ONCE(fifo.pul_mask),
-           READ_ONCE(fifo.th_ultra), READ_ONCE(fifo.ul_mask), READ_ONCE(fifo.th_urgent),
-           READ_ONCE(fifo.urg_mask), READ_ONCE(fifo.not_done_cnt));
-    putbuf(buf, len, END_OF_LINE);
+static void render_fifo(report_page &page, u32 i, const fifo_entry &fifo) {
+    page.put("%4d%10s%10s%10u%10d%10u%10d%10u%10d%16u", static_cast<int>(i), fifo.module_name,
+             fifo.ip_name, READ_ONCE(fifo.th_pultra), READ_ONCE(fifo.pul_mask),
+             READ_ONCE(fifo.th_ultra), READ_ONCE(fifo.ul_mask), READ_ONCE(fifo.th_urgent),
+             READ_ONCE(fifo.urg_mask), READ_ONCE(fifo.not_done_cnt));
+    page.put(END_OF_LINE);
 }
 
 static void switch_monitor(fifo_entry &fifo, bool on) {
@@ -78,27 +64,25 @@ static bool parse_switch(const char *buf, bool &on) {
     return false;
 }
 
-extern "C" {
-
-ssize_t fifo_status_show(device_driver *, char *buf) {
-    u32 len = 0;
+SHOW_HANDLER(fifo_status) {
+    report_page page(buf);
 
     for (u32 i = 0; i < fifo_cnt; i++) {
         take_sample(flist[i]);
     }
-    putbuf(buf, &len, REPORT_START);
-    putbuf(buf, &len, ESC_REVERSE "%4s%10s%10s%10s%10s%10s%10s%10s%10s%16s", "ID", "MODULE",
-           "IP_NAME", "TH_PULTRA", "PUL_MASK", "TH_ULTRA", "UL_MASK", "TH_URGENT", "URG_MASK",
-           "NOT_DONE_CNT");
-    putbuf(buf, &len, END_OF_HIGHLIGHT);
+    page.put(REPORT_START);
+    page.put(ESC_REVERSE "%4s%10s%10s%10s%10s%10s%10s%10s%10s%16s", "ID", "MODULE", "IP_NAME",
+             "TH_PULTRA", "PUL_MASK", "TH_ULTRA", "UL_MASK", "TH_URGENT", "URG_MASK",
+             "NOT_DONE_CNT");
+    page.put(END_OF_HIGHLIGHT);
     for (u32 i = 0; i < fifo_cnt; i++) {
-        render_fifo(buf, &len, i, flist[i]);
+        render_fifo(page, i, flist[i]);
     }
-    putbuf(buf, &len, END_OF_LINE);
-    return len;
+    page.put(END_OF_LINE);
+    return page.length();
 }
 
-ssize_t fifo_status_store(device_driver *, const char *buf, size_t count) {
+STORE_HANDLER(fifo_status) {
     bool on;
 
     if (parse_switch(buf, on)) {
@@ -106,10 +90,10 @@ ssize_t fifo_status_store(device_driver *, const char *buf, size_t count) {
             switch_monitor(flist[i], on);
         }
     }
-    return static_cast<ssize_t>(count);
+    return taken(count);
 }
 
-ssize_t fifo_status_clear_store(device_driver *, const char *buf, size_t count) {
+STORE_HANDLER(fifo_status_clear) {
     bool clear;
 
     if (parse_switch(buf, clear) && clear) {
@@ -117,7 +101,5 @@ ssize_t fifo_status_clear_store(device_driver *, const char *buf, size_t count) 
             restart_monitor(flist[i]);
         }
     }
-    return static_cast<ssize_t>(count);
+    return taken(count);
 }
-
-}  // extern "C"

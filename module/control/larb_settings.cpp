@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // Attributes larb_ostdl and larb_config: quality-of-service settings of a larb port.
-#include "core/handlers.h"
-#include "core/register_window.h"
+#include "base/handler.h"
+#include "base/register_window.h"
+#include "base/shared.h"
 #include "core/report_buffer.h"
-#include "core/shared.h"
-#include "measure/larb_measure.h"
+#include "registers/larb.h"
 
 static constexpr u32 larb_numbers = 53;
 static constexpr u32 outstanding_limits = 0x40;
@@ -13,7 +13,7 @@ static constexpr u32 outstanding_limits = 0x40;
 enum larb_config_mode : u32 { SET_OUTSTANDING = 0, FORCE_ULTRA = 1, FORCE_PULTRA = 2 };
 
 static constexpr register_block config_larb_block{
-    "larb", KERN_ERR "[OVK_BW]Can't fine SMI LARB device base!!\n"};
+    larb_block.node_prefix, KERN_ERR "[OVK_BW]Can't fine SMI LARB device base!!\n"};
 
 // What larb_ostdl shows.
 static u32 g_larb_id;
@@ -73,23 +73,21 @@ static void configure(const larb_request &request) {
     wmb();
 }
 
-extern "C" {
-
 // The line names the selection as it stands then, also when it changed during the readout.
-ssize_t larb_ostdl_show(device_driver *, char *buf) {
+SHOW_HANDLER(larb_ostdl) {
     u32 limit = 0;
-    u32 len = 0;
+    report_page page(buf);
 
     if (!read_outstanding(READ_ONCE(g_larb_id), READ_ONCE(g_larb_port_id), limit)) {
         printk(KERN_ERR "[OVK_BW]get_larb_ostdl fail!!\n");
     }
-    putbuf(buf, &len, "larb id: %u, port id: %u, ostdl: 0x%x" END_OF_LINE, READ_ONCE(g_larb_id),
-           READ_ONCE(g_larb_port_id), limit);
-    return len;
+    page.put("larb id: %u, port id: %u, ostdl: 0x%x" END_OF_LINE, READ_ONCE(g_larb_id),
+             READ_ONCE(g_larb_port_id), limit);
+    return page.length();
 }
 
 // Each number is kept as soon as it is read, also when the line is refused in the end.
-ssize_t larb_ostdl_store(device_driver *, const char *buf, size_t count) {
+STORE_HANDLER(larb_ostdl) {
     u32 larb;
     u32 port;
 
@@ -99,14 +97,14 @@ ssize_t larb_ostdl_store(device_driver *, const char *buf, size_t count) {
     }
     if (fields != 2) {
         printk(KERN_ERR "[OVK_BW]Wrong Argument!!\n");
-        return static_cast<ssize_t>(count);
+        return taken(count);
     }
     WRITE_ONCE(g_larb_port_id, port);
     printk(KERN_INFO "[OVK_BW]set larb id: %u, larb_port_id: %u\n", larb, port);
-    return static_cast<ssize_t>(count);
+    return taken(count);
 }
 
-ssize_t larb_config_store(device_driver *, const char *buf, size_t count) {
+STORE_HANDLER(larb_config) {
     s32 mode;
     s32 larb;
     s32 port;
@@ -114,7 +112,7 @@ ssize_t larb_config_store(device_driver *, const char *buf, size_t count) {
 
     if (sscanf(buf, "%d %d %d %x", &mode, &larb, &port, &value) != 4) {
         printk(KERN_ERR "[OVK_BW]Wrong Argument!!\n");
-        return static_cast<ssize_t>(count);
+        return taken(count);
     }
     printk(KERN_INFO "[OVK_BW]mode = %d, larb ID = %d, port= %d, val=%d\n", mode, larb, port,
            static_cast<s32>(value));
@@ -125,7 +123,5 @@ ssize_t larb_config_store(device_driver *, const char *buf, size_t count) {
     } else {
         printk(KERN_ERR "[OVK_BW]Wrong Argument!!\n");
     }
-    return static_cast<ssize_t>(count);
+    return taken(count);
 }
-
-}  // extern "C"

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "core/config.h"
 
-#include "core/device_node.h"
-#include "core/memory.h"
-#include "measure/emi_registers.h"
+#include "base/device_node.h"
+#include "base/memory.h"
+#include "registers/emi.h"
 
 static constexpr u32 bits_per_byte_shift = 3;
 

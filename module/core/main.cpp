@@ -43,7 +43,7 @@ static int register_drivers() {
 }
 
 static s32 prepare_measurement() {
-    if (!set_module_list()) {
+    if (!set_module_list(fake_engines)) {
         printk(KERN_ERR "[OVK_BW]set_module_list error\n");
         return -1;
     }
@@ -105,6 +105,7 @@ static void tear_down() {
         bw_driver_registered = false;
     }
     stop_hardware_loops();
+    release_engines();
     release_module_list();
     release_fifo_list();
     ovk_bw_release_dramc();

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "core/module_list.h"
 
-#include "core/device_node.h"
-#include "core/memory.h"
+#include "base/device_node.h"
+#include "base/memory.h"
 
 static constexpr size_t module_name_max = 15;
 static constexpr size_t unlimited = ~size_t{0};
@@ -20,15 +20,6 @@ u32 sum_id;
 u32 ref_emi_id;
 bool sum_known;
 bool ref_emi_known;
-
-u32 fake_eng_st_align;
-u32 loop_mode_gen1;
-u8 fake_eng_loop_mode;
-u32 fake_eng_num;
-u32 *fake_eng_list;
-u32 *fake_eng_result;
-u32 *fake_eng_loop;
-static u32 engine_slots;  // for which there is room
 
 bool has_name(const bw_module &module, const char *name) {
     return strncmp(module.name, name, unlimited) == 0;
@@ -78,105 +69,60 @@ static bool read_port_list(const device_node *node, port_group &group) {
         kfree(list);
         return false;
     }
-    group = {static_cast<u32>(ports), list};
+    group.port_cnt = static_cast<u32>(ports);
+    group.ports = list;
     return true;
 }
 
-// Stores what `child` says as port group j of module k. 1: stored; 0: the child is incomplete, or
+// Stores what `child` says as port group j of the module. 1: stored; 0: the child is incomplete, or
 // has come since the groups were counted, and the slot is still free.
-static u32 get_port(const device_node *child, u32 k, u32 j) {
-    bw_module &module = mlist[k];
+static u32 get_port(const device_node *child, bw_module &module, u32 j) {
     const bool larb = has_property(child, larb_property);
-    u32 *ids = larb ? module.larb_ids : module.common_ids;
     port_group *groups = larb ? module.larb_ports : module.common_ports;
 
     printk(KERN_NOTICE "[OVK-BW] add node: %pOFn \033[K\n", static_cast<const void *>(child));
     if (!larb && !has_property(child, common_property)) {
         return 0;
     }
-    if (!ids || !groups || j >= (larb ? module.larb_cnt : module.common_cnt)) {
+    if (!groups || j >= (larb ? module.larb_cnt : module.common_cnt)) {
         return 0;
     }
-    if (!read_u32(child, larb ? larb_property : common_property, ids[j])) {
+    if (!read_u32(child, larb ? larb_property : common_property, groups[j].id)) {
         return 0;
     }
     return read_port_list(child, groups[j]) ? 1 : 0;
 }
 
-static bool allocate_engines(u32 count) {
-    fake_eng_list = allocate_zeroed<u32>(count);
-    fake_eng_result = allocate_zeroed<u32>(count);
-    fake_eng_loop = allocate_zeroed<u32>(count);
-    engine_slots = count;
-    return fake_eng_list && fake_eng_result && fake_eng_loop;
-}
-
-static void release_engines() {
-    kfree(fake_eng_list);
-    kfree(fake_eng_result);
-    kfree(fake_eng_loop);
-    fake_eng_list = nullptr;
-    fake_eng_result = nullptr;
-    fake_eng_loop = nullptr;
-    fake_eng_num = 0;
-    engine_slots = 0;
-}
-
-static bool set_up_traffic_generator(const device_node *node, const bw_module &module) {
-    if (!read_u32(node, "alignment", fake_eng_st_align)) {
-        return false;
-    }
-    loop_mode_gen1 = has_property(node, "loop-mode-gen1") ? 1 : 0;
-    fake_eng_loop_mode = has_property(node, "hw-loop") ? 1 : 0;
-    if (module.larb_cnt == 0 || allocate_engines(module.larb_cnt)) {
-        return true;
-    }
-    release_engines();
-    return false;
-}
-
 static bool allocate_groups(bw_module &module) {
-    module.larb_ids = allocate_zeroed<u32>(module.larb_cnt);
     module.larb_ports = allocate_zeroed<port_group>(module.larb_cnt);
-    module.common_ids = allocate_zeroed<u32>(module.common_cnt);
     module.common_ports = allocate_zeroed<port_group>(module.common_cnt);
-    return module.larb_ids && module.larb_ports && module.common_ids && module.common_ports;
+    return module.larb_ports && module.common_ports;
 }
 
-// Each larb of the traffic generator's module that was stored is an engine: a test of one that the
-// tree leaves incomplete would write memory through a block that nobody described.
-static void add_engine(u32 slot, u32 larb_id) {
-    if (slot < engine_slots) {
-        fake_eng_list[slot] = larb_id;
-        fake_eng_num = slot < fake_eng_num ? fake_eng_num : slot + 1;
-    }
-}
-
-static void fill_groups(const device_node *node, u32 k) {
+static void fill_groups(const device_node *node, bw_module &module, const engine_keeper &engines) {
     const bool mixed = has_property(node, "mix-module");
-    const bool engines = !mixed && of_node_name_eq(node, "bw_bist");
+    const bool has_engines = !mixed && of_node_name_eq(node, "bw_bist");
     u32 larb_slot = 0;
     u32 common_slot = 0;
 
     for_each_port_group_node(node, [&](const device_node *group) {
         if (has_property(group, larb_property)) {
-            if (get_port(group, k, larb_slot) == 1) {
-                if (engines) {
-                    add_engine(larb_slot, mlist[k].larb_ids[larb_slot]);
+            if (get_port(group, module, larb_slot) == 1) {
+                if (has_engines) {
+                    engines.add(larb_slot, module.larb_ports[larb_slot].id);
                 }
                 larb_slot++;
             }
         } else if (has_property(group, common_property)) {
-            common_slot += get_port(group, k, common_slot);
+            common_slot += get_port(group, module, common_slot);
         } else if (mixed) {
             printk(KERN_ERR "[OVK_BW] error to parse larb/common id\n");
         }
     });
 }
 
-static bool read_module(device_node *node, u32 k, bool &bist_seen) {
-    bw_module &module = mlist[k];
-
+static bool read_module(device_node *node, bw_module &module, const engine_keeper &engines,
+                        bool &bist_seen) {
     module.node = of_node_get(node);
     if (!read_string(node, "module-name", module.name) ||
         !read_string(node, "domain", module.domain) ||
@@ -187,7 +133,7 @@ static bool read_module(device_node *node, u32 k, bool &bist_seen) {
     module.larb_cnt = get_lc_num(node, LARB_CHILD);
     module.common_cnt = get_lc_num(node, COMMON_CHILD);
     if (has_name(module, "BIST")) {
-        if (bist_seen || !set_up_traffic_generator(node, module)) {
+        if (bist_seen || !engines.prepare(node, module.larb_cnt)) {
             return false;
         }
         bist_seen = true;
@@ -195,11 +141,11 @@ static bool read_module(device_node *node, u32 k, bool &bist_seen) {
     if (!allocate_groups(module)) {
         return false;
     }
-    fill_groups(node, k);
+    fill_groups(node, module, engines);
     return true;
 }
 
-bool set_module_list() {
+bool set_module_list(const engine_keeper &engines) {
     u32 k = 0;
     bool bist_seen = false;
 
@@ -212,25 +158,22 @@ bool set_module_list() {
     if (!mlist) {
         return false;
     }
-    const bool complete = for_each_node_of_type("bw", [&k, &bist_seen](device_node *node) {
-        return k < module_cnt && read_module(node, k++, bist_seen);
+    const bool complete = for_each_node_of_type("bw", [&](device_node *node) {
+        return k < module_cnt && read_module(node, mlist[k++], engines, bist_seen);
     });
     return complete && k == module_cnt;
 }
 
-static void release_ports(port_group *groups, u32 count) {
+static void release_groups(port_group *groups, u32 count) {
     for (u32 j = 0; groups && j < count; j++) {
         kfree(groups[j].ports);
     }
+    kfree(groups);
 }
 
 static void release_module(const bw_module &module) {
-    release_ports(module.larb_ports, module.larb_cnt);
-    release_ports(module.common_ports, module.common_cnt);
-    kfree(module.larb_ids);
-    kfree(module.larb_ports);
-    kfree(module.common_ids);
-    kfree(module.common_ports);
+    release_groups(module.larb_ports, module.larb_cnt);
+    release_groups(module.common_ports, module.common_cnt);
     of_node_put(module.node);
 }
 
@@ -238,7 +181,6 @@ void release_module_list() {
     for (u32 k = 0; mlist && k < module_cnt; k++) {
         release_module(mlist[k]);
     }
-    release_engines();
     kfree(mlist);
     mlist = nullptr;
     module_cnt = 0;

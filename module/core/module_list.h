@@ -8,19 +8,18 @@
 // The ports of one larb or SMI common that a module uses. A group that the tree leaves incomplete
 // is not stored: it stays zeros, and there is nothing to measure for it.
 struct port_group {
+    u32 id;  // number of the larb or SMI common
     u32 port_cnt;
     u32 *ports;  // port_cnt port ids; null: not stored
 };
 
-// One monitored module. Element j of an id array and of its port-group array belong together.
+// One monitored module.
 struct bw_module {
     const char *name;  // in the property storage of `node`, like `domain`
     u32 module_id;     // equal to the module's position in mlist
     u32 larb_cnt;
     u32 common_cnt;
-    u32 *larb_ids;
     port_group *larb_ports;
-    u32 *common_ids;
     port_group *common_ports;
     const char *domain;
     u8 enable;          // 1: takes part in the total report
@@ -38,18 +37,18 @@ extern u32 ref_emi_id;
 extern bool sum_known;
 extern bool ref_emi_known;
 
-// Set-up of the traffic generator, from the module named "BIST".
-extern u32 fake_eng_st_align;  // bits by which a start address is shifted right
-extern u32 loop_mode_gen1;     // 1: loop bit in the older of its two registers
-extern u8 fake_eng_loop_mode;  // 1: loops run in hardware
-extern u32 fake_eng_num;       // engines
-extern u32 *fake_eng_list;     // engine ids
-extern u32 *fake_eng_result;   // last result of each engine
-extern u32 *fake_eng_loop;     // loop setting of each engine
+// Who keeps the traffic generator's engines, which the module named "BIST" describes.
+struct engine_keeper {
+    // The module's node, and for how many engines there has to be room. False: no memory, or the
+    // node is incomplete.
+    bool (*prepare)(const device_node *node, u32 engines);
+    // The engine of the module's larb number `slot`, once that has been stored.
+    void (*add)(u32 slot, u32 id);
+};
 
-// Fills mlist and the traffic generator's set-up. False: the tree is unusable or memory is short;
-// what was allocated is left to release_module_list.
-bool set_module_list();
+// Fills mlist, and hands the engines on. False: the tree is unusable or memory is short; what was
+// allocated is left to release_module_list.
+bool set_module_list(const engine_keeper &engines);
 
 void release_module_list();
 

@@ -2,7 +2,6 @@
 // Monitor settings: what the next report measures, and for how long.
 #pragma once
 
-#include "core/register_window.h"
 #include "platform/kernel.h"
 
 struct mon_cfg {
@@ -14,13 +13,6 @@ struct mon_cfg {
     u32 larb_idx;      // larb port group under measurement
     u32 common_idx;    // SMI common port group under measurement
     u32 proc;          // processing option of the total report
-};
-
-// The private settings of one read, with the register windows under measurement: the EMI channels
-// 0, 1 and 2, or a larb or SMI common in the first.
-struct measure_cfg : mon_cfg {
-    static constexpr u32 windows = 3;
-    register_window base[windows];
 };
 
 // The settings that the attributes write. They persist until the next write.

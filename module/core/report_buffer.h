@@ -12,6 +12,21 @@ inline constexpr u32 report_buffer_size = 4096;
 __attribute__((format(gnu_printf, 3, 4))) s32 putbuf(char *buffer, u32 *counter, const char *format,
                                                      ...);
 
+// The report of one read.
+class report_page {
+  public:
+    explicit report_page(char *buffer) : buffer_(buffer) {}
+
+    // Appends as putbuf does.
+    __attribute__((format(gnu_printf, 2, 3))) void put(const char *format, ...);
+
+    ssize_t length() const { return static_cast<ssize_t>(length_); }
+
+  private:
+    char *buffer_;
+    u32 length_ = 0;
+};
+
 // ANSI terminal control.
 #define ESC_ERASE "\033[K"   // to the end of the line, so that no older report shows through
 #define ESC_RESET "\033[0m"  // attributes off

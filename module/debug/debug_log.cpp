@@ -1,23 +1,17 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // Attribute debug_log_on.
-#include "debug/debug_log.h"
-
-#include "core/handlers.h"
+#include "base/handler.h"
+#include "base/trace.h"
 #include "core/report_buffer.h"
-#include "core/shared.h"
 
-u32 debug_on;
+SHOW_HANDLER(debug_log_on) {
+    report_page page(buf);
 
-extern "C" {
-
-ssize_t debug_log_on_show(device_driver *, char *buf) {
-    u32 len = 0;
-
-    putbuf(buf, &len, "debug_log_on: %u\n", READ_ONCE(debug_on));
-    return len;
+    page.put("debug_log_on: %u\n", READ_ONCE(debug_on));
+    return page.length();
 }
 
-ssize_t debug_log_on_store(device_driver *, const char *buf, size_t count) {
+STORE_HANDLER(debug_log_on) {
     u32 value;
 
     if (kstrtouint(buf, 0, &value) != 0) {
@@ -25,7 +19,5 @@ ssize_t debug_log_on_store(device_driver *, const char *buf, size_t count) {
     } else {
         WRITE_ONCE(debug_on, value);
     }
-    return static_cast<ssize_t>(count);
+    return taken(count);
 }
-
-}  // extern "C"

@@ -2,43 +2,18 @@
 // Attributes fake_engine and fake_eng_loop: the traffic generators of the MIU2GMC blocks.
 #include "debug/fake_engine.h"
 
-#include "core/handlers.h"
-#include "core/module_list.h"
-#include "core/register_window.h"
+#include "base/device_node.h"
+#include "base/handler.h"
+#include "base/memory.h"
+#include "base/register_window.h"
+#include "base/shared.h"
+#include "base/trace.h"
 #include "core/report_buffer.h"
-#include "core/shared.h"
-#include "debug/debug_log.h"
+#include "registers/miu2gmc.h"
 
-static constexpr u32 engine_control = 0x00;
-static constexpr u32 engine_control_idle = 0;
-static constexpr u32 engine_status_error = 1u << 13;
-static constexpr u32 engine_status_done = 1u << 15;
-static constexpr u32 engine_start_low = 0x04;  // start address and length, 16 bits a register
-static constexpr u32 engine_start_high = 0x08;
-static constexpr u32 engine_length_low = 0x0c;  // units of 16 bytes
-static constexpr u32 engine_length_high = 0x10;
-static constexpr u32 engine_length_shift = 4;
-static constexpr u32 engine_pattern = 0x14;
-static constexpr u32 engine_reset = 0x18;
-static constexpr u32 engine_loop_gen1 = 0x1c;
-static constexpr u32 engine_loop_gen2 = 0x20;
-static constexpr u32 engine_loop_bit = 1u << 4;
 static constexpr u32 half_shift = 16;
 static constexpr u64 half_mask = 0xffff;
 static constexpr u32 address_bits = 64;
-
-// Two writes start a test.
-struct engine_command {
-    u32 first;
-    u32 second;
-};
-static constexpr engine_command engine_commands[] = {
-    {0x108, 0x109},  // read
-    {0x208, 0x209},  // write
-    {0x008, 0x009},  // read and write
-};
-static constexpr u32 engine_types = sizeof(engine_commands) / sizeof(engine_commands[0]);
-static constexpr u32 engine_read_and_write = 2;
 
 static constexpr u64 size_max = u64{1} << 32;
 
@@ -55,7 +30,15 @@ static constexpr u32 result_pass = 1;
 static constexpr u32 result_fail = 2;
 static constexpr u32 result_no_device = ~0u;
 
-static constexpr const char *engine_prefix = "miu2gmc";
+// Set-up of the generators, and the engines. A slot is a larb of their module.
+static u32 fake_eng_st_align;  // bits by which a start address is shifted right
+static u32 loop_mode_gen1;     // 1: loop bit in the older of its two registers
+static u8 fake_eng_loop_mode;  // 1: loops run in hardware
+static u32 engine_slots;       // for which there is room
+static u32 fake_eng_num;       // engines, in the first slots
+static u32 *fake_eng_list;     // engine ids
+static u32 *fake_eng_result;   // last result of each engine
+static u32 *fake_eng_loop;     // loop setting of each engine
 
 // Non-zero: the module is about to go, and no test is repeated any more.
 static u32 stopping;
@@ -69,7 +52,7 @@ struct engine_test {
 };
 
 static register_window map_engine(u32 id, const char *missing) {
-    const node_ref node = find_numbered_node(engine_prefix, id);
+    const node_ref node = find_numbered_node(miu2gmc_node_prefix, id);
     register_window window = node ? map_node(node.get()) : register_window();
 
     if (!window) {
@@ -155,9 +138,7 @@ static u32 fake_engine_test(const engine_test &test, const u32 &loop_flag) {
     if (!engine) {
         return result_no_device;
     }
-    if (READ_ONCE(debug_on) != 0) {
-        printk(KERN_ALERT "[OVK-BW] start address alignment[%u]\n", fake_eng_st_align);
-    }
+    TRACE("[OVK-BW] start address alignment[%u]\n", fake_eng_st_align);
     program(engine, test);
     return run_passes(engine, test, loop_flag);
 }
@@ -193,9 +174,7 @@ static void switch_hardware_loop(u32 id, bool on) {
     if (!engine) {
         return;
     }
-    if (READ_ONCE(debug_on) != 0) {
-        printk(KERN_ALERT "[OVK-BW] loop_mode_gen%u\n", loop_mode_gen1 != 0 ? 1u : 2u);
-    }
+    TRACE("[OVK-BW] loop_mode_gen%u\n", loop_mode_gen1 != 0 ? 1u : 2u);
     engine.update32(loop_mode_gen1 != 0 ? engine_loop_gen1 : engine_loop_gen2, engine_loop_bit,
                     on ? engine_loop_bit : 0);
     wmb();
@@ -206,6 +185,43 @@ static void switch_hardware_loop(u32 id, bool on) {
         usleep_range(poll_min_us, poll_max_us);
     }
     engine.write32(engine_control, engine_control_idle);
+}
+
+static bool prepare_engines(const device_node *node, u32 engines) {
+    if (!read_u32(node, "alignment", fake_eng_st_align)) {
+        return false;
+    }
+    loop_mode_gen1 = has_property(node, "loop-mode-gen1") ? 1 : 0;
+    fake_eng_loop_mode = has_property(node, "hw-loop") ? 1 : 0;
+    if (engines == 0) {
+        return true;
+    }
+    fake_eng_list = allocate_zeroed<u32>(engines);
+    fake_eng_result = allocate_zeroed<u32>(engines);
+    fake_eng_loop = allocate_zeroed<u32>(engines);
+    engine_slots = engines;
+    return fake_eng_list && fake_eng_result && fake_eng_loop;
+}
+
+// A test of an engine that the tree leaves incomplete would write memory through a block that
+// nobody described: only those that were stored are engines.
+static void add_engine(u32 slot, u32 id) {
+    if (slot < engine_slots) {
+        fake_eng_list[slot] = id;
+        fake_eng_num = slot < fake_eng_num ? fake_eng_num : slot + 1;
+    }
+}
+
+const engine_keeper fake_engines = {.prepare = prepare_engines, .add = add_engine};
+
+void release_engines() {
+    kfree(fake_eng_list);
+    kfree(fake_eng_result);
+    kfree(fake_eng_loop);
+    fake_eng_list = nullptr;
+    fake_eng_result = nullptr;
+    fake_eng_loop = nullptr;
+    fake_eng_num = 0;
 }
 
 void end_software_loops() {
@@ -233,26 +249,24 @@ static const char *result_text(u32 result) {
     }
 }
 
-extern "C" {
-
-ssize_t fake_engine_show(device_driver *, char *buf) {
-    u32 len = 0;
+SHOW_HANDLER(fake_engine) {
+    report_page page(buf);
 
     for (u32 i = 0; i < fake_eng_num; i++) {
-        putbuf(buf, &len, "Fake engine %d: ", static_cast<int>(fake_eng_list[i]));
-        putbuf(buf, &len, "%s", result_text(READ_ONCE(fake_eng_result[i])));
+        page.put("Fake engine %d: ", static_cast<int>(fake_eng_list[i]));
+        page.put("%s", result_text(READ_ONCE(fake_eng_result[i])));
     }
-    return len;
+    return page.length();
 }
 
-ssize_t fake_engine_store(device_driver *, const char *buf, size_t count) {
+STORE_HANDLER(fake_engine) {
     engine_test test{};
     u32 entry;
 
     if (sscanf(buf, "%u %llx %llx %u %hx", &test.id, &test.start, &test.size, &test.type,
                &test.pattern) != 5) {
         printk(KERN_ERR "[OVK_BW]Wrong Argument!!\n");
-        return static_cast<ssize_t>(count);
+        return taken(count);
     }
     printk(KERN_INFO "id = %u, start = %llx, size = %llx, type = %u, pattern = %hx\n", test.id,
            test.start, test.size, test.type, test.pattern);
@@ -260,17 +274,17 @@ ssize_t fake_engine_store(device_driver *, const char *buf, size_t count) {
         const u32 result = fake_engine_test(test, fake_eng_loop[entry]);
         WRITE_ONCE(fake_eng_result[entry], result);
     }
-    return static_cast<ssize_t>(count);
+    return taken(count);
 }
 
-ssize_t fake_eng_loop_store(device_driver *, const char *buf, size_t count) {
+STORE_HANDLER(fake_eng_loop) {
     u32 id;
     u32 on;
     u32 entry;
 
     if (sscanf(buf, "%u %u", &id, &on) != 2 || !find_engine(id, entry)) {
         printk(KERN_ERR "[OVK_BW]Wrong Argument!!\n");
-        return static_cast<ssize_t>(count);
+        return taken(count);
     }
     WRITE_ONCE(fake_eng_loop[entry], on);
     printk(KERN_INFO "[OVK_BW]fake engine %d loop %s\n", static_cast<int>(id),
@@ -278,7 +292,5 @@ ssize_t fake_eng_loop_store(device_driver *, const char *buf, size_t count) {
     if (fake_eng_loop_mode == 1) {
         switch_hardware_loop(id, on != 0);
     }
-    return static_cast<ssize_t>(count);
+    return taken(count);
 }
-
-}  // extern "C"

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // Attribute reg_op: any 32-bit register of the chip, by its physical address.
-#include "core/handlers.h"
-#include "core/register_window.h"
+#include "base/handler.h"
+#include "base/register_window.h"
+#include "base/shared.h"
 #include "core/report_buffer.h"
-#include "core/shared.h"
 
 static constexpr u32 first_register = 0x1C000000;
 static constexpr u32 register_range = 0x2C00001;  // the upper bound itself is a register
@@ -65,27 +65,25 @@ static void write_bit(u32 address, u32 bit, u32 value) {
     }
 }
 
-static void render_row(char *buf, u32 *len, const register_window &window, u32 top,
-                       const char *left, const char *right) {
-    putbuf(buf, len, ESC_REVERSE "%s", left);
-    putbuf(buf, len, "%s" ESC_RESET, right);
-    putbuf(buf, len, END_OF_HIGHLIGHT ESC_UNDERLINE);
+static void render_row(report_page &page, const register_window &window, u32 top, const char *left,
+                       const char *right) {
+    page.put(ESC_REVERSE "%s", left);
+    page.put("%s" ESC_RESET, right);
+    page.put(END_OF_HIGHLIGHT ESC_UNDERLINE);
     for (u32 i = 0; i < bits_per_row; i++) {
-        putbuf(buf, len, "|%3u ", (window.read32(0) >> (top - i)) & 1);
+        page.put("|%3u ", (window.read32(0) >> (top - i)) & 1);
     }
-    putbuf(buf, len, "|" END_OF_HIGHLIGHT);
+    page.put("|" END_OF_HIGHLIGHT);
 }
 
-static void render_rule(char *buf, u32 *len) {
-    putbuf(buf, len, ESC_UNDERLINE "%81s" END_OF_HIGHLIGHT, "");
+static void render_rule(report_page &page) {
+    page.put(ESC_UNDERLINE "%81s" END_OF_HIGHLIGHT, "");
 }
-
-extern "C" {
 
 // Every bit is read anew, so that a register that changes shows that it does.
-ssize_t reg_op_show(device_driver *, char *buf) {
+SHOW_HANDLER(reg_op) {
     const u32 address = READ_ONCE(dump_reg_addr);
-    u32 len = 0;
+    report_page page(buf);
 
     if (!is_valid(address)) {
         printk(KERN_ERR "[OVK_BW]Wrong REG\n");
@@ -96,22 +94,22 @@ ssize_t reg_op_show(device_driver *, char *buf) {
         return 0;
     }
     const u32 value = window.read32(0);
-    putbuf(buf, &len, END_OF_LINE);
-    putbuf(buf, &len, "0x%x = 0x%x" END_OF_LINE, address, value);
-    render_rule(buf, &len);
-    render_row(buf, &len, window, 31, "| 31 | 30 | 29 | 28 | 27 | 26 | 25 | 24 ",
+    page.put(END_OF_LINE);
+    page.put("0x%x = 0x%x" END_OF_LINE, address, value);
+    render_rule(page);
+    render_row(page, window, 31, "| 31 | 30 | 29 | 28 | 27 | 26 | 25 | 24 ",
                "| 23 | 22 | 21 | 20 | 19 | 18 | 17 | 16 |");
-    putbuf(buf, &len, END_OF_LINE);
-    render_rule(buf, &len);
-    render_row(buf, &len, window, 15, "| 15 | 14 | 13 | 12 | 11 | 10 |  9 |  8 ",
+    page.put(END_OF_LINE);
+    render_rule(page);
+    render_row(page, window, 15, "| 15 | 14 | 13 | 12 | 11 | 10 |  9 |  8 ",
                "|  7 |  6 |  5 |  4 |  3 |  2 |  1 |  0 |");
-    putbuf(buf, &len, END_OF_LINE END_OF_LINE);
-    return len;
+    page.put(END_OF_LINE END_OF_LINE);
+    return page.length();
 }
 
 // The number of fields tells the form: an address selects, address and value write, address, bit
 // and value change a bit.
-ssize_t reg_op_store(device_driver *, const char *buf, size_t count) {
+STORE_HANDLER(reg_op) {
     u32 address = READ_ONCE(dump_reg_addr);
     u32 bit = 0;
     u32 value = 0;
@@ -131,7 +129,5 @@ ssize_t reg_op_store(device_driver *, const char *buf, size_t count) {
     } else {
         printk(KERN_ERR "[OVK_BW]Wrong Argument!!\n");
     }
-    return static_cast<ssize_t>(count);
+    return taken(count);
 }
-
-}  // extern "C"

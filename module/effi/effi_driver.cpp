@@ -3,7 +3,7 @@
 
 #include "core/config.h"
 #include "effi/effi_tables.h"
-#include "measure/effi_registers.h"
+#include "registers/effi_monitor.h"
 
 struct effi_drvdata {
     void __iomem *base;

@@ -2,9 +2,9 @@
 // What one read of the total report learns about one module.
 #pragma once
 
-#include "core/memory.h"
-#include "measure/arithmetic.h"
-#include "measure/effi_measure.h"
+#include "base/arithmetic.h"
+#include "base/memory.h"
+#include "measure/effi_monitor.h"
 #include "platform/kernel.h"
 
 // Bandwidths are in bytes per millisecond while the module is measured and in MB/s once it is

@@ -1,32 +1,30 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // Attributes bw_emi and bw_emi_detail: traffic at the external memory interface, port by port.
+#include "base/handler.h"
+#include "base/shared.h"
 #include "core/config.h"
-#include "core/handlers.h"
-#include "core/report_buffer.h"
-#include "core/shared.h"
+#include "core/mon_cfg.h"
 #include "report/emi_gather.h"
 #include "report/emi_render.h"
 
-extern "C" {
-
-ssize_t bw_emi_show(device_driver *, char *buf) {
+SHOW_HANDLER(bw_emi) {
     emi_results results{};
-    u32 len = 0;
+    report_page page(buf);
 
-    const ssize_t error = emi_gather(results);
+    const int error = emi_gather(results);
     if (error != 0) {
         return error;
     }
-    putbuf(buf, &len, REPORT_START);
+    page.put(REPORT_START);
     if (READ_ONCE(emi_mon_cfg.detail) != 0) {
-        render_emi_detail(buf, &len, results.records);
+        render_emi_detail(page, results.records);
     } else {
-        render_emi_total(buf, &len, results.records[emi_cnt]);
+        render_emi_total(page, results.records[emi_cnt]);
     }
-    return len;
+    return page.length();
 }
 
-ssize_t bw_emi_store(device_driver *, const char *buf, size_t count) {
+STORE_HANDLER(bw_emi) {
     u32 time;
 
     if (kstrtouint(buf, 0, &time) != 0) {
@@ -37,20 +35,17 @@ ssize_t bw_emi_store(device_driver *, const char *buf, size_t count) {
         WRITE_ONCE(emi_mon_cfg.time, time);
         printk(KERN_INFO "[OVK_BW]Set Monitor Time= %d\n", static_cast<int>(time));
     }
-    return static_cast<ssize_t>(count);
+    return taken(count);
 }
 
-ssize_t bw_emi_detail_store(device_driver *, const char *buf, size_t count) {
+STORE_HANDLER(bw_emi_detail) {
     bool detail;
 
     if (kstrtobool(buf, &detail) != 0) {
         printk(KERN_INFO "[OVK_BW]Wrong Argument!!\n");
-        return static_cast<ssize_t>(count);
+        return taken(count);
     }
     WRITE_ONCE(emi_mon_cfg.detail, static_cast<u8>(detail ? 1 : 0));
-    printk(detail ? KERN_INFO "[OVK_BW]Monitor emi bw info in detail\n"
-                  : KERN_INFO "[OVK_BW]Monitor emi bw info in total\n");
-    return static_cast<ssize_t>(count);
+    printk(KERN_INFO "[OVK_BW]Monitor emi bw info in %s\n", detail ? "detail" : "total");
+    return taken(count);
 }
-
-}  // extern "C"

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // Attribute bw_larb: traffic of every larb port of one module.
-#include "core/handlers.h"
-#include "core/shared.h"
+#include "base/handler.h"
+#include "base/shared.h"
+#include "core/mon_cfg.h"
 #include "report/larb_render.h"
 
 // SUM is the last module that can be selected, although it has no larbs.
@@ -18,21 +19,19 @@ static const char *name_of(u32 module_id) {
     return nullptr;
 }
 
-static int measure(const bw_module &module, larb_stats &stats) {
+static int gather_alone(const bw_module &module, larb_stats &stats) {
     const measurement_lock lock;
 
     if (lock.error() == 0) {
-        larb_report_measure(module, READ_ONCE(larb_mon_cfg.time), stats);
+        larb_gather(module, READ_ONCE(larb_mon_cfg.time), stats);
     }
     return lock.error();
 }
 
-extern "C" {
-
-ssize_t bw_larb_show(device_driver *, char *buf) {
+SHOW_HANDLER(bw_larb) {
     const u32 module_id = READ_ONCE(larb_mon_cfg.module_id);
     larb_stats stats;
-    u32 len = 0;
+    report_page page(buf);
 
     if (!is_selectable(module_id)) {
         printk(KERN_ERR "[OVK_BW]Wrong Argument!!\n");
@@ -42,19 +41,19 @@ ssize_t bw_larb_show(device_driver *, char *buf) {
     if (!stats.allocate(module.larb_cnt)) {
         return -ENOMEM;
     }
-    if (!larb_report_prepare(module, stats)) {
+    if (!larb_prepare(module, stats)) {
         return 0;
     }
-    const int error = module.larb_cnt != 0 ? measure(module, stats) : 0;
+    const int error = module.larb_cnt != 0 ? gather_alone(module, stats) : 0;
     if (error != 0) {
         return error;
     }
-    render_larbs(buf, &len, module, stats);
-    return len;
+    render_larbs(page, module, stats);
+    return page.length();
 }
 
 // Each number is kept as soon as it is read, also when the line is refused in the end.
-ssize_t bw_larb_store(device_driver *, const char *buf, size_t count) {
+STORE_HANDLER(bw_larb) {
     s32 module_id = 0;
     s32 time = 0;
 
@@ -67,11 +66,9 @@ ssize_t bw_larb_store(device_driver *, const char *buf, size_t count) {
     }
     if (fields < 2 || !is_selectable(static_cast<u32>(module_id))) {
         printk(KERN_ERR "[OVK_BW]Wrong Argument!!\n");
-        return static_cast<ssize_t>(count);
+        return taken(count);
     }
     printk(KERN_INFO "[OVK_BW]Set Module ID = %d, Time= %d\n", module_id, time);
     WRITE_ONCE(larb_mon_cfg.name, name_of(static_cast<u32>(module_id)));
-    return static_cast<ssize_t>(count);
+    return taken(count);
 }
-
-}  // extern "C"

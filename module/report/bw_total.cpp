@@ -1,36 +1,34 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // Attributes bw_total and simple_mon: every module's share of the DRAM.
-#include "core/handlers.h"
-#include "core/module_list.h"
-#include "core/shared.h"
-#include "report/total_measure.h"
+#include "base/handler.h"
+#include "base/shared.h"
+#include "report/total_gather.h"
 #include "report/total_render.h"
 
 static u32 simple_mon;
 
-extern "C" {
-
-ssize_t bw_total_show(device_driver *, char *buf) {
-    owned<measure_cfg> cfg;
+// Without memory for its results the report is empty.
+SHOW_HANDLER(bw_total) {
+    owned<mon_cfg> cfg;
     total_results results{};
-    u32 len = 0;
+    report_page page(buf);
 
     if (!cfg.allocate()) {
         return -ENOMEM;
     }
-    const measure_outcome outcome = total_measure(*cfg, results);
-    if (outcome != measure_outcome::complete) {
-        return outcome == measure_outcome::interrupted ? -EINTR : 0;
+    const int error = total_gather(*cfg, results);
+    if (error != 0) {
+        return error == -ENOMEM ? 0 : error;
     }
     if (READ_ONCE(simple_mon) != 0) {
-        render_total_simple(buf, &len, results);
+        render_total_simple(page, results);
     } else {
-        render_total(buf, &len, results);
+        render_total(page, results);
     }
-    return len;
+    return page.length();
 }
 
-ssize_t bw_total_store(device_driver *, const char *buf, size_t count) {
+STORE_HANDLER(bw_total) {
     u32 m_id;
     u32 enable;
     u32 time;
@@ -38,7 +36,7 @@ ssize_t bw_total_store(device_driver *, const char *buf, size_t count) {
 
     if (sscanf(buf, "%u %u %u %u", &m_id, &enable, &time, &proc) != 4 || m_id >= module_cnt) {
         printk(KERN_ERR "[OVK_BW]Wrong Argument!!\n");
-        return static_cast<ssize_t>(count);
+        return taken(count);
     }
     const u8 flag = enable != 0 ? 1 : 0;
     WRITE_ONCE(mlist[m_id].enable, flag);
@@ -46,18 +44,16 @@ ssize_t bw_total_store(device_driver *, const char *buf, size_t count) {
     WRITE_ONCE(total_mon_cfg.proc, proc);
     printk(KERN_INFO "[OVK_BW]set m_id: %u, enable: %u, time: %u ms, proc: %u\n", m_id, flag, time,
            proc);
-    return static_cast<ssize_t>(count);
+    return taken(count);
 }
 
-ssize_t simple_mon_store(device_driver *, const char *buf, size_t count) {
+STORE_HANDLER(simple_mon) {
     u32 value;
 
     if (kstrtouint(buf, 0, &value) != 0) {
         printk(KERN_ERR "[OVK_BW]Wrong Argument!!\n");
-        return static_cast<ssize_t>(count);
+        return taken(count);
     }
     WRITE_ONCE(simple_mon, value);
-    return static_cast<ssize_t>(count);
+    return taken(count);
 }
-
-}  // extern "C"

@@ -1,47 +1,38 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "report/emi_gather.h"
 
+#include "base/shared.h"
 #include "core/config.h"
-#include "core/shared.h"
+#include "core/mon_cfg.h"
 
 static constexpr u32 assumed_effi = 70;
 
-static bool allocate_ports(emi_result &result) {
-    return result.data_bw.allocate(emi_port_cnt) && result.latency.allocate(emi_port_cnt) &&
-           result.effi.allocate(emi_port_cnt) && result.burst.allocate(emi_port_cnt) &&
-           result.arb.allocate(emi_port_cnt) && result.rd_ostd.allocate(emi_port_cnt) &&
-           result.wr_ostd.allocate(emi_port_cnt);
-}
+static bool allocate_records(owned_array<emi_result> &records) {
+    const size_t count = size_t{emi_cnt} + 1;
 
-static bool allocate_results(owned_array<emi_result> &results) {
-    const size_t records = size_t{emi_cnt} + 1;
-
-    if (!results.allocate(records)) {
+    if (!records.allocate(count)) {
         return false;
     }
-    for (size_t i = 0; i < records; i++) {
-        if (!allocate_ports(results[i])) {
+    for (size_t i = 0; i < count; i++) {
+        if (!records[i].ports.allocate(emi_port_cnt)) {
             return false;
         }
         for (u32 port = 0; emi_effi_mon == 0 && port < emi_port_cnt; port++) {
-            results[i].effi[port] = assumed_effi;
+            records[i].ports[port].effi = assumed_effi;
         }
     }
     return true;
 }
 
-ssize_t emi_gather(emi_results &results) {
-    owned<measure_cfg> cfg;
-
-    if (!cfg.allocate() || !allocate_results(results.records)) {
+int emi_gather(emi_results &results) {
+    if (!allocate_records(results.records)) {
         return -ENOMEM;
     }
     const measurement_lock lock;
     if (lock.error() != 0) {
         return lock.error();
     }
-    cfg->time = READ_ONCE(emi_mon_cfg.time);
-    const s32 error = emi_measure_wrap(*cfg, results);
+    const int error = emi_measure_wrap(READ_ONCE(emi_mon_cfg.time), results);
     if (lock.error() != 0) {
         return lock.error();
     }

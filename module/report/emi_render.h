@@ -2,11 +2,11 @@
 // Writes the EMI report from what was measured.
 #pragma once
 
+#include "core/report_buffer.h"
 #include "measure/emi_measure.h"
-#include "platform/kernel.h"
 
 // One table for all channels together.
-void render_emi_total(char *buf, u32 *len, const emi_result &all);
+void render_emi_total(report_page &page, const emi_result &all);
 
 // A table for each channel, with the ports' arbitration settings.
-void render_emi_detail(char *buf, u32 *len, const owned_array<emi_result> &results);
+void render_emi_detail(report_page &page, const owned_array<emi_result> &records);

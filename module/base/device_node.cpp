@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-#include "core/device_node.h"
+#include "base/device_node.h"
 
 static constexpr int node_name_size = 15;
 

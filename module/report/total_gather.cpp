@@ -1,13 +1,15 @@
 // SPDX-License-Identifier: GPL-2.0-only
-#include "report/total_measure.h"
+#include "report/total_gather.h"
 
+#include "base/arithmetic.h"
+#include "base/shared.h"
 #include "core/config.h"
-#include "core/module_list.h"
-#include "core/shared.h"
-#include "measure/comm_measure.h"
 #include "measure/dram_counter.h"
 #include "measure/effi_measure.h"
 #include "measure/larb_measure.h"
+#include "measure/smi_common_measure.h"
+#include "registers/larb.h"
+#include "registers/smi_common.h"
 
 // Efficiencies (percent) of modules whose monitor, if they have one, is fixed.
 static constexpr u32 default_processor_effi = 64;
@@ -21,15 +23,15 @@ total_result &sum_result(total_results &results) {
     return sum_known ? *results.modules[sum_id] : results.unlisted_sum;
 }
 
-bool is_left_out(u32 position) {
-    return mlist[position].larb_cnt != 0 && READ_ONCE(total_mon_cfg.proc) == proc_without_larbs;
+bool is_left_out(const bw_module &module) {
+    return module.larb_cnt != 0 && READ_ONCE(total_mon_cfg.proc) == proc_without_larbs;
 }
 
-static u32 fixed_effi(u32 monitor, total_result &result) {
-    return effi_measure(0, monitor, EFFI_MONITOR, result);
+static u32 fixed_effi(u32 monitor) {
+    return effi_measure(0, monitor, EFFI_MONITOR).efficiency;
 }
 
-static u32 seed_effi(const bw_module &module, total_result &result) {
+static u32 seed_effi(const bw_module &module) {
     if (has_name(module, "REF_EMI")) {
         return reference_effi;
     }
@@ -41,10 +43,10 @@ static u32 seed_effi(const bw_module &module, total_result &result) {
         return default_processor_effi;
     }
     if (!cpu) {
-        return fixed_effi(gpu_monitor, result);
+        return fixed_effi(gpu_monitor);
     }
-    const u32 first = fixed_effi(cpu_monitors[0], result);
-    return (first + fixed_effi(cpu_monitors[1], result)) / 2;
+    const u32 first = fixed_effi(cpu_monitors[0]);
+    return (first + fixed_effi(cpu_monitors[1])) / 2;
 }
 
 static bool allocate_larb_ports(const bw_module &module, total_result &result) {
@@ -62,7 +64,7 @@ static bool prepare(total_results &results) {
             return false;
         }
         total_result &result = *results.modules[i];
-        result.module_effi = seed_effi(module, result);
+        result.module_effi = seed_effi(module);
         if (module.larb_cnt != 0 && !allocate_larb_ports(module, result)) {
             return false;
         }
@@ -70,42 +72,40 @@ static bool prepare(total_results &results) {
     return true;
 }
 
-static void measure_by_dram_counter(measure_cfg &cfg, dram_traffic traffic, total_result &result) {
-    result.data_bw = to_mb_per_second(dram_counter_measure(cfg, traffic));
+static void gather_by_dram_counter(dram_traffic traffic, u32 time, total_result &result) {
+    result.data_bw = to_mb_per_second(dram_counter_measure(traffic, time));
     result.bus_bw = bus_bandwidth(result.data_bw, result.module_effi);
 }
 
 // False: a larb can't be had, and what is left of the module is not measured.
-static bool measure_larbs(measure_cfg &cfg, const bw_module &module, total_result &result) {
-    for (u32 j = 0; j < module.larb_cnt && !is_killed(); j++) {
-        const port_group &group = module.larb_ports[j];
+static bool gather_larbs(mon_cfg &cfg, const bw_module &module, total_result &result) {
+    cfg.port_ofs = 0;
+    for (cfg.larb_idx = 0; cfg.larb_idx < module.larb_cnt && !is_killed(); cfg.larb_idx++) {
+        const port_group &group = module.larb_ports[cfg.larb_idx];
         if (!is_stored(group)) {
             continue;
         }
-        cfg.larb_idx = j;
-        cfg.base[0] = map_block(larb_block, module.larb_ids[j]);
-        if (!cfg.base[0]) {
+        const register_window larb = map_block(larb_block, group.id);
+        if (!larb) {
             return false;
         }
-        larb_bw_measure(cfg, result);
-        cfg.base[0].unmap();
+        larb_bw_measure(larb, group, cfg.time, cfg.port_ofs, result);
         cfg.port_ofs += group.port_cnt;
     }
     return true;
 }
 
-static void measure_commons(measure_cfg &cfg, const bw_module &module, total_result &result) {
-    for (u32 j = 0; j < module.common_cnt && !is_killed(); j++) {
-        if (!is_stored(module.common_ports[j])) {
+static void gather_commons(mon_cfg &cfg, const bw_module &module, total_result &result) {
+    for (cfg.common_idx = 0; cfg.common_idx < module.common_cnt && !is_killed(); cfg.common_idx++) {
+        const port_group &group = module.common_ports[cfg.common_idx];
+        if (!is_stored(group)) {
             continue;
         }
-        cfg.common_idx = j;
-        cfg.base[0] = map_block(smi_common_block, module.common_ids[j]);
-        if (!cfg.base[0]) {
+        const register_window common = map_block(smi_common_block, group.id);
+        if (!common) {
             return;
         }
-        comm_bw_measure(cfg, result);
-        cfg.base[0].unmap();
+        comm_bw_measure(common, group, cfg.time, result);
     }
 }
 
@@ -127,11 +127,11 @@ static void finish_bandwidth(total_result &result) {
 
 // A module of which only a part could be measured is finished like any other, so that SUM never
 // adds up different units.
-static void measure_by_smi(measure_cfg &cfg, const bw_module &module, total_result &result) {
+static void gather_by_smi(mon_cfg &cfg, const bw_module &module, total_result &result) {
     const bool apu = has_name(module, "APU");
 
-    if (apu || measure_larbs(cfg, module, result)) {
-        measure_commons(cfg, module, result);
+    if (apu || gather_larbs(cfg, module, result)) {
+        gather_commons(cfg, module, result);
     }
     if (!apu) {
         finish_priorities(result);
@@ -139,35 +139,30 @@ static void measure_by_smi(measure_cfg &cfg, const bw_module &module, total_resu
     finish_bandwidth(result);
 }
 
-static void measure_module(measure_cfg &cfg, const bw_module &module, total_result &result) {
+static void gather_module(mon_cfg &cfg, const bw_module &module, total_result &result) {
     if (has_name(module, "CPU")) {
-        measure_by_dram_counter(cfg, dram_traffic::cpu, result);
+        gather_by_dram_counter(dram_traffic::cpu, cfg.time, result);
     } else if (has_name(module, "GPU")) {
-        measure_by_dram_counter(cfg, dram_traffic::gpu, result);
+        gather_by_dram_counter(dram_traffic::gpu, cfg.time, result);
     } else if (has_name(module, "REF_EMI")) {
-        measure_by_dram_counter(cfg, dram_traffic::all, result);
+        gather_by_dram_counter(dram_traffic::all, cfg.time, result);
     } else {
-        measure_by_smi(cfg, module, result);
+        gather_by_smi(cfg, module, result);
     }
 }
 
-static bool is_enabled(u32 position) {
-    return READ_ONCE(mlist[position].enable) != 0;
-}
-
-static void measure_modules(measure_cfg &cfg, total_results &results) {
+static void gather_modules(mon_cfg &cfg, total_results &results) {
     total_result &sum = sum_result(results);
 
     for (u32 i = 0; i < module_cnt && !is_killed(); i++) {
         const bw_module &module = mlist[i];
         total_result &result = *results.modules[i];
-        if (!is_enabled(i) || is_sum(i) || (is_ref_emi(i) && is_left_out(i))) {
+        if (!is_enabled(module) || is_sum(i) || (is_ref_emi(i) && is_left_out(module))) {
             continue;
         }
         cfg.module_id = i;
         cfg.name = module.name;
-        cfg.port_ofs = 0;
-        measure_module(cfg, module, result);
+        gather_module(cfg, module, result);
         if (!is_ref_emi(i)) {
             sum.data_bw += result.data_bw;
             sum.bus_bw += result.bus_bw;
@@ -181,7 +176,7 @@ static void finish_sum(total_results &results) {
 
     sum.module_effi = static_cast<u32>(divide_or_zero(sum.data_bw * 100, sum.bus_bw));
     for (u32 k = 0; k < module_cnt; k++) {
-        if (!is_enabled(k) || is_sum(k) || is_ref_emi(k) || is_left_out(k)) {
+        if (!is_enabled(mlist[k]) || is_sum(k) || is_ref_emi(k) || is_left_out(mlist[k])) {
             continue;
         }
         const total_result &result = *results.modules[k];
@@ -193,21 +188,21 @@ static void finish_sum(total_results &results) {
     sum.pultra_pct /= 100;
 }
 
-measure_outcome total_measure(measure_cfg &cfg, total_results &results) {
+int total_gather(mon_cfg &cfg, total_results &results) {
     if (!results.modules.allocate(module_cnt)) {
-        return measure_outcome::no_memory;
+        return -ENOMEM;
     }
     const measurement_lock lock;
     if (lock.error() != 0) {
-        return measure_outcome::interrupted;
+        return lock.error();
     }
     if (!prepare(results)) {
-        return measure_outcome::no_memory;
+        return -ENOMEM;
     }
     cfg.time = READ_ONCE(total_mon_cfg.time);
-    measure_modules(cfg, results);
+    gather_modules(cfg, results);
     finish_sum(results);
-    return lock.error() == 0 ? measure_outcome::complete : measure_outcome::interrupted;
+    return lock.error();
 }
 
 total_usage usage_of(const total_result &sum) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-#include "core/register_window.h"
+#include "base/register_window.h"
 
 register_window map_node(device_node *node) {
     register_window window(of_iomap(node, 0));

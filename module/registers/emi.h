@@ -3,7 +3,12 @@
 // reaches.
 #pragma once
 
-#include "core/register_window.h"
+#include "base/register_window.h"
+
+inline constexpr register_block emi_channel_block{
+    "emi_cen", KERN_ERR "[OVK_BW]Can't find EMI device base!!\n"};
+inline constexpr register_block emi_dispatch_block{
+    "emi_dispatch", KERN_ERR "[OVK_BW]Can't find EMI_DISPATCH device base!!\n"};
 
 // Bandwidth monitor of a channel.
 inline constexpr u32 emi_monitor_enable = 0x060;
@@ -13,7 +18,6 @@ inline constexpr u32 emi_monitor_start = 1u << 0;
 inline constexpr u32 emi_monitor_done = 1u << 2;
 inline constexpr u32 emi_monitor_length = 0x404;  // EMI clock cycles
 inline constexpr u32 emi_counter_all = 0x420;     // all ports, units of emi_counter_unit
-inline constexpr u32 emi_counter_slot0 = 0x428;   // ports that slot 0 selects
 inline constexpr u32 emi_monitor_clear_440 = 0x440;
 inline constexpr u32 emi_monitor_clear_468 = 0x468;
 inline constexpr u32 emi_monitor_clear_4b0 = 0x4b0;
@@ -27,11 +31,15 @@ inline constexpr u32 emi_cycles_per_ms_and_mhz = 1000;
 
 // Slots: what their counters count. Configuration and auxiliary registers follow one another.
 inline constexpr u32 emi_slots = 6;
-inline constexpr u32 emi_slot0_config = 0xf00;
+constexpr u32 emi_slot_config(u32 slot) {
+    return 0xf00 + 4 * slot;
+}
 inline constexpr u32 emi_slot_enable = 0x7;
 inline constexpr u32 emi_slot_port_shift = 8;
 inline constexpr u32 emi_ports_max = 24;
-inline constexpr u32 emi_slot0_auxiliary = 0xf2c;
+constexpr u32 emi_slot_auxiliary(u32 slot) {
+    return 0xf2c + 4 * slot;
+}
 inline constexpr u32 emi_slot_auxiliary_enable = 0xfu << 28;
 
 // Arbitration of a port.
@@ -72,3 +80,8 @@ inline constexpr u32 emi_outstanding_high_shift = 4;
 // Dispatch block.
 inline constexpr u32 emi_dispatch_enable = 0x100;
 inline constexpr u32 emi_dispatch_targets = 0x104;
+inline constexpr u32 emi_dispatch_on = 0x7f7f;
+inline constexpr u32 emi_dispatch_off = 0;
+// For one, two and three channels.
+inline constexpr u32 emi_dispatch_rules[] = {0, 0x2, 0x7f02};
+inline constexpr u32 emi_channels_max = sizeof(emi_dispatch_rules) / sizeof(emi_dispatch_rules[0]);

@@ -3,7 +3,10 @@
 // a doubleword.
 #pragma once
 
-#include "platform/kernel.h"
+#include "base/register_window.h"
+
+inline constexpr register_block effi_monitor_block{
+    "effi_monitor", KERN_ERR "[OVK_BW]Can't find effi_monitor device base!!\n"};
 
 inline constexpr u32 effi_control = 0x00;
 inline constexpr u32 effi_control_reset = 1u << 0;
@@ -24,6 +27,9 @@ inline constexpr u32 effi_selection_mask = 0x08;
 inline constexpr u32 effi_mask_input_and_port = 0x7ff;
 inline constexpr u32 effi_mask_input = 0x700;
 inline constexpr u32 effi_mask_none = 0;
+
+// Priority counts are out of a span of so many requests.
+inline constexpr s32 effi_span = 1024;
 
 inline constexpr u32 effi_config = 0x0c;  // eight words
 inline constexpr u32 effi_result_value = 0x2c;

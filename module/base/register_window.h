@@ -2,7 +2,7 @@
 // Mapped device registers.
 #pragma once
 
-#include "core/device_node.h"
+#include "base/device_node.h"
 #include "platform/kernel.h"
 
 // A field of a register; `mask` is that before the shift.
@@ -82,17 +82,6 @@ struct register_block {
     const char *node_prefix;
     const char *missing;  // log message, level included, for a block that can't be had
 };
-
-inline constexpr register_block larb_block{"larb",
-                                           KERN_ERR "[OVK_BW]Can't find SMI LARB device base!!\n"};
-inline constexpr register_block smi_common_block{
-    "smi_common", KERN_ERR "[OVK_BW]Can't find SMI COMMON device base!!\n"};
-inline constexpr register_block effi_monitor_block{
-    "effi_monitor", KERN_ERR "[OVK_BW]Can't find effi_monitor device base!!\n"};
-inline constexpr register_block emi_channel_block{
-    "emi_cen", KERN_ERR "[OVK_BW]Can't find EMI device base!!\n"};
-inline constexpr register_block emi_dispatch_block{
-    "emi_dispatch", KERN_ERR "[OVK_BW]Can't find EMI_DISPATCH device base!!\n"};
 
 // Maps the first register range of a node. Empty: it can't be mapped, which has been logged.
 register_window map_node(device_node *node);

@@ -18,6 +18,14 @@ constexpr s64 divide_or_zero(s64 dividend, s64 divisor) {
     return divisor != 0 ? dividend / divisor : 0;
 }
 
+inline constexpr u64 us_per_ms = 1000;
+inline constexpr u64 ns_per_us = 1000;
+
+// A count of cycles of a clock (MHz) in ns; 0 without a clock. Keeps 32 bits.
+constexpr u32 cycles_to_ns(u32 cycles, u32 clock) {
+    return static_cast<u32>(divide_or_zero(cycles * ns_per_us, clock));
+}
+
 // Bytes per millisecond to MB/s (10^6 bytes per second).
 constexpr u64 to_mb_per_second(u64 bytes_per_ms) {
     return bytes_per_ms * 1000 / 1'000'000;

@@ -1,0 +1,32 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-2.0-only
+#
+# arrows.sh: fails when a room of the module includes one that stands above it, or beside it.
+set -euo pipefail
+cd "$(dirname "$0")/../module"
+
+# The floors, from the ground up. The roof knows all rooms, and none knows the roof.
+floor_of() { # FILE
+    case $1 in
+        base/*) echo 0 ;;
+        registers/*) echo 1 ;;
+        core/main.* | core/attributes.*) echo 6 ;;
+        core/*) echo 2 ;;
+        effi/*) echo 3 ;;
+        measure/*) echo 4 ;;
+        report/* | control/* | debug/*) echo 5 ;;
+        *) echo "arrows.sh: no floor for module/$1" >&2 && exit 1 ;;
+    esac
+}
+
+status=0
+while IFS=: read -r file included; do
+    from=$(floor_of "$file")
+    to=$(floor_of "$included")
+    if ((to > from)) || { ((to == from)) && [ "${file%%/*}" != "${included%%/*}" ]; }; then
+        echo "module/$file includes $included, which does not stand below it"
+        status=1
+    fi
+done < <(grep -rHo '^#include "[^"]*"' --include='*.h' --include='*.cpp' . |
+    sed -e 's#^\./##' -e 's#:.*"\(.*\)"#:\1#' | grep -v ':platform/kernel.h$')
+exit "$status"
