@@ -59,7 +59,7 @@ static bool apply(const emi_request &request, emi_update update) {
     return true;
 }
 
-// Returns the byte count, or -EINTR when killed while a measurement drove the channels.
+// Returns the byte count, or -EINTR when killed before it began.
 static ssize_t store(const emi_request &request, emi_update update, size_t count) {
     if (request.port >= emi_port_cnt || request.channel > emi_cnt) {
         printk(KERN_INFO "Wrong Argument!!\n");

@@ -121,10 +121,10 @@ static void measure_ports(const emi_channels &channels, u32 time, emi_results &r
         for_each_monitor(effi_reset);
     }
     enable_broadcast_mode(false);
-    for (u32 port = 0; port < emi_port_cnt && !is_killed(); port++) {
+    for (u32 port = 0; port < emi_port_cnt; port++) {
         read_latency(channels, port, ended, results.records);
     }
-    for (u32 port = 0; port < emi_port_cnt && !is_killed(); port++) {
+    for (u32 port = 0; port < emi_port_cnt; port++) {
         read_limits(channels, port, results.records);
     }
     emi_clean_up_ports(channels.base[0]);

@@ -30,6 +30,9 @@ static void trace_port(const larb_run &run, u32 i, bool read, u64 bandwidth,
                        const effi_sample &sample) {
     const larb_port &port = run.stat.ports[i];
 
+    if (is_killed()) {
+        return;
+    }
     TRACE("[OVK-BW] SMI Larb: %u port: %d type: %s\033[K\n", run.group.id,
           static_cast<int>(run.group.ports[i]), read ? "R" : "W");
     TRACE("[OVK-BW] %s: %llu, effi: %u, ", read ? "r_bw" : "w_bw", bandwidth, port.effi);
@@ -63,7 +66,7 @@ static void gather_direction(const larb_run &run, bool read) {
                               read ? larb_mode_read : larb_mode_write, run.time);
         const u64 bandwidth = larb_monitor_bandwidth(run.window, run.time);
         (read ? run.stat.ports[i].r_bw : run.stat.ports[i].w_bw) = bandwidth;
-        if (bandwidth != 0) {
+        if (bandwidth != 0 && !is_killed()) {
             gather_efficiency(run, i, read, bandwidth);
         }
     }

@@ -72,6 +72,9 @@ static void gather_direction(const register_window &window, smi_direction direct
 }
 
 static void trace_input(u32 common, u32 input, const comm_port &port, const effi_sample &sample) {
+    if (is_killed()) {
+        return;
+    }
     TRACE("[OVK-BW] SMI Common: %u port: %d\033[K\n", common, static_cast<int>(input));
     TRACE("[OVK-BW] r_bw: %llu, w_bw: %llu, effi: %u, ", port.r_bw, port.w_bw, port.effi);
     TRACE("[OVK-BW] cnt_ultra: %llu, cnt_pultra: %llu CMD_NUM: %d\033[K\n", sample.ultra,
