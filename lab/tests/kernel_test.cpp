@@ -393,8 +393,9 @@ TEST(kernel, loads_without_channels_of_the_dram_controller) {
     EXPECT_EQ(std::count(log.begin(), log.end(), "<6>chip dram clock:[3200]"), 1);
 }
 
-// Two processes: one tests in a loop until the other says that it is enough.
-TEST(kernel, carries_settings_to_the_siblings_and_to_other_processes_and_says_what_was_refused) {
+// The last two sections: nothing waits for a reader in a long window, or for a test in a loop.
+TEST(kernel,
+     carries_settings_to_siblings_and_processes_says_what_was_refused_and_keeps_none_waiting) {
     const boot_files files;
     const ending guest = run(files, {"--soc", "zt410"}, R"(
         sibling=/sys/module/ovk_smi_tv/parameters
@@ -411,14 +412,29 @@ TEST(kernel, carries_settings_to_the_siblings_and_to_other_processes_and_says_wh
         echo 2 1 0x80000000 0x100000 >cpupri || exit
         echo 1 3 0x80000000 0x100000 >cpupri && exit 1
         cat cpupri cpupri_slot
-        echo @@loop
-        echo 1 1 >fake_eng_loop
-        (echo 1 80000000 1000 2 a5a5 >fake_engine; echo ended) >/tmp/looping &
-        sleep 1
-        cat /tmp/looping fake_engine
-        echo 1 0 >fake_eng_loop
+        echo @@limit
+        echo 2 3000 >bw_larb
+        cat bw_larb &
+        measuring() { grep -q usleep /proc/$!/wchan; }
+        until sleep 1 && measuring; do :; done
+        echo 0 0 1 >bw_emi_lmt && measuring && echo limited
+        kill -9 $!
         wait
-        cat /tmp/looping fake_engine
+        echo @@loop
+        echo 0 >/sys/module/suspend/parameters/pm_test_delay
+        echo freezer >/sys/power/pm_test
+        for end in 'echo 1 0 >fake_eng_loop' 'echo freeze >/sys/power/state' 'kill $!' \
+            'time rmmod ovk_bw'; do
+            echo 1 1 >fake_eng_loop
+            (trap : TERM; echo 1 80000000 1000 2 a5a5 >fake_engine; echo ended) &
+            until sleep 1 && dmesg -c | grep -q 'id = 1,'; do :; done
+            echo "$end"
+            eval "$end" || exit
+            wait
+        done
+        modprobe ovk_bw && cd "$PWD" || exit
+        echo 1 80000000 1000 2 a5a5 >fake_engine
+        cat fake_engine
     )");
 
     EXPECT_EQ(guest.status, 0) << guest.err;
@@ -433,9 +449,11 @@ TEST(kernel, carries_settings_to_the_siblings_and_to_other_processes_and_says_wh
     EXPECT_EQ(registers.get32(tree.by_name("miu2gmc0")->reg.at(0).start + 0x40), 0u);
     EXPECT_NE(guest.err.find("Operation not permitted"), std::string::npos) << guest.err;
     EXPECT_EQ(guest.section("cpupri"), "scope:1 - start addr:0x80000000, end addr:0x800fffff\n0\n");
+    EXPECT_EQ(guest.section("limit"), "limited\n");
     EXPECT_EQ(tests::plain(guest.section("loop")),
-              "Fake engine 0: NO RESULT\nFake engine 1: NO RESULT\n"
-              "ended\nFake engine 0: NO RESULT\nFake engine 1: PASS\n");
+              "echo 1 0 >fake_eng_loop\nended\necho freeze >/sys/power/state\nended\n"
+              "kill $!\nended\ntime rmmod ovk_bw\nended\n"
+              "Fake engine 0: NO RESULT\nFake engine 1: PASS\n");
 }
 
 }  // namespace lab
