@@ -34,7 +34,7 @@ namespace fuzz {
 using choices = FuzzedDataProvider;
 
 struct chip {
-    explicit chip(const char *name)
+    explicit chip(const std::string &name)
         : tree(sim::chip_tree(name)), traffic(sim::find_scenario(name, "playback")) {}
     devicetree::flat_tree tree;
     soc::scenario traffic;
@@ -46,7 +46,13 @@ const auto &pick(choices &input, const list &entries) {
 }
 
 inline const chip &pick_chip(choices &input) {
-    static const chip chips[] = {chip("zt410"), chip("zt420"), chip("zt430"), chip("zt440")};
+    static const std::vector<chip> chips = [] {
+        std::vector<chip> all;
+        for (const std::string &name : sim::chip_names()) {
+            all.emplace_back(name);
+        }
+        return all;
+    }();
     return pick(input, chips);
 }
 

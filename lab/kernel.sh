@@ -8,12 +8,17 @@ shopt -s inherit_errexit
 # shellcheck source=tools/setup.sh
 . "$(dirname "$(realpath "$0")")/../tools/setup.sh"
 
+chip_names() {
+    find "$top/soc/chips" -name '*.dts' -printf '%f\n' | sed 's/\.dts$//' | LC_ALL=C sort | paste -sd, |
+        sed -e 's/,/, /g' -e 's/\(.*\), /\1 or /'
+}
+
 usage() {
-    cat >&2 <<'END'
+    cat >&2 <<END
 usage: ./run kernel [OPTIONS] [-c 'COMMANDS' | --script FILE]
   -c COMMANDS        run these in the guest, in the folder of the attributes, instead of a shell
   --script FILE      the same, from a file
-  --soc NAME         chip: zt410, zt420, zt430 or zt440 (default zt430)
+  --soc NAME         chip: $(chip_names) (default zt430)
   --dtb FILE         device tree of another chip, .dts or .dtb
   --scenario NAME    traffic: idle, playback, graphics, overload, or a file (default: playback,
                      with --dtb none)
@@ -87,7 +92,7 @@ find_inputs() {
     if [[ -z $tree ]]; then
         tree=$top/soc/chips/$soc.dts
         [[ -e $tree ]] ||
-            fail $exit_unusable "zt410, zt420, zt430 or zt440 expected, not '$soc'"
+            fail $exit_unusable "$(chip_names) expected, not '$soc'"
         : "${scenario:=playback}"
     fi
     case $scenario in

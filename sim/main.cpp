@@ -145,7 +145,7 @@ int execute(const CLI::App &app, const request &wanted) {
 }
 
 void describe(CLI::App &app, request &wanted) {
-    auto *soc = app.add_option("--soc", wanted.soc, "Chip: zt410, zt420, zt430 or zt440");
+    auto *soc = app.add_option("--soc", wanted.soc, "Chip: " + sim::listed(sim::chip_names()));
     soc->capture_default_str();
     app.add_option("--dtb", wanted.tree_file,
                    "Device tree of another chip, .dts or .dtb; registers that the model does not "

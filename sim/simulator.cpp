@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "sim/simulator.h"
 
+#include <algorithm>
 #include <charconv>
 #include <filesystem>
 #include <stdexcept>
@@ -17,11 +18,35 @@ bool is_file_name(const std::string &text) {
 
 }  // namespace
 
+static std::vector<std::string> stems_in(const std::filesystem::path &folder) {
+    std::vector<std::string> stems;
+
+    for (const auto &entry : std::filesystem::directory_iterator(folder)) {
+        stems.push_back(entry.path().stem());
+    }
+    std::sort(stems.begin(), stems.end());
+    return stems;
+}
+
+std::vector<std::string> chip_names() {
+    return stems_in(data_directory / "chips");
+}
+
+std::string listed(const std::vector<std::string> &names) {
+    std::string text;
+
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        text += i == 0 ? "" : i + 1 < names.size() ? ", " : " or ";
+        text += names[i];
+    }
+    return text;
+}
+
 devicetree::flat_tree chip_tree(const std::string &soc) {
     const std::filesystem::path file = data_directory / "chips" / (soc + ".dts");
 
     if (!std::filesystem::exists(file)) {
-        throw std::runtime_error("zt410, zt420, zt430 or zt440 expected, not '" + soc + "'");
+        throw std::runtime_error(listed(chip_names()) + " expected, not '" + soc + "'");
     }
     return devicetree::flat_tree::from_file(file);
 }

@@ -11,7 +11,13 @@
 
 namespace sim {
 
-// The device tree of a chip that comes with the project ("zt410" to "zt440"). Throws
+// The chips that come with the project, by name: those of which there is a device tree.
+std::vector<std::string> chip_names();
+
+// "a, b or c".
+std::string listed(const std::vector<std::string> &names);
+
+// The device tree of a chip that comes with the project. Throws
 // std::runtime_error for another name.
 devicetree::flat_tree chip_tree(const std::string &soc);
 

@@ -25,32 +25,6 @@ namespace {
 
 constexpr unsigned bits_per_byte = 8;
 
-constexpr std::array<std::string_view, 4> monitor_compatibles = {
-    "quorix,zt410-effi-mon",
-    "quorix,zt420-effi-mon",
-    "quorix,zt430-effi-mon",
-    "quorix,zt440-effi-mon",
-};
-
-// The value of "compatible" is one string after the other, each with its final NUL.
-bool is_compatible(const devicetree::node &node, std::string_view wanted) {
-    const devicetree::property *compatible = node.find("compatible");
-    std::string_view rest = compatible == nullptr ? std::string_view() : compatible->value;
-    while (!rest.empty()) {
-        const auto end = std::min(rest.find('\0'), rest.size());
-        if (rest.substr(0, end) == wanted) {
-            return true;
-        }
-        rest.remove_prefix(std::min(end + 1, rest.size()));
-    }
-    return false;
-}
-
-bool is_efficiency_monitor(const devicetree::node &node) {
-    return std::any_of(monitor_compatibles.begin(), monitor_compatibles.end(),
-                       [&](std::string_view each) { return is_compatible(node, each); });
-}
-
 }  // namespace
 
 struct chip::state {
@@ -117,9 +91,7 @@ void chip::state::add_block(const devicetree::node &node) {
     } else if (node.name == "emi_dispatch0") {
         dispatcher = make<emi_dispatcher>(node);
     } else if (const auto monitor = block_number(node.name, "effi_monitor")) {
-        if (is_efficiency_monitor(node)) {
-            make<efficiency_monitor>(node, passing, *monitor);
-        }
+        make<efficiency_monitor>(node, passing, *monitor);
     }
 }
 

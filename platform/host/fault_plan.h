@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/host/machine.h"
+#include "platform/host/records.h"
 
 namespace host {
 

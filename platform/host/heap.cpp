@@ -84,7 +84,7 @@ void heap::clear() {
     blocks_.clear();
 }
 
-machine::allocation_count heap::allocations() const {
+allocation_count heap::allocations() const {
     std::scoped_lock lock(guard_);
     return served_;
 }

@@ -11,7 +11,7 @@
 
 #include "platform/host/collector.h"
 #include "platform/host/fault_plan.h"
-#include "platform/host/machine.h"
+#include "platform/host/records.h"
 
 struct device;
 
@@ -30,7 +30,7 @@ class heap {
     void release_owned_by(const device *owner);
     void clear();
 
-    machine::allocation_count allocations() const;
+    allocation_count allocations() const;
     std::vector<std::string> holdings() const;
 
   private:
@@ -45,7 +45,7 @@ class heap {
     oops_log &oopses_;
     mutable std::mutex guard_;
     std::map<const void *, block> blocks_;
-    machine::allocation_count served_ = {0, 0};
+    allocation_count served_ = {0, 0};
 };
 
 }  // namespace host

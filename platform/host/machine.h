@@ -11,49 +11,9 @@
 
 #include "devicetree/flat_tree.h"
 #include "platform/host/bus.h"
+#include "platform/host/records.h"
 
 namespace host {
-
-struct log_line {
-    int level;
-    std::string text;  // without the level prefix and without the final newline
-    bool ended;        // whether there was one
-};
-
-// One entry of the register trace.
-struct trace_entry {
-    enum class kind { read, write, barrier, sleep };
-    kind what;
-    unsigned width;        // read, write: 16, 32 or 64
-    std::string node;      // read, write: name of the node whose window was used
-    std::uint64_t offset;  // read, write: offset in that window
-    std::uint64_t value;   // read, write
-    std::uint64_t min_us;  // sleep
-    std::uint64_t max_us;  // sleep
-
-    // "R32 larb4+0x410 0x00000a00", "W64 emi_cen0+0x060 0x...", "wmb", "sleep 16000 16000".
-    std::string text() const;
-};
-
-// What the driver asked of ovk-smi-tv, and what it answered: 0 or a negative error code.
-struct mask_request {
-    int id;
-    int port;
-    bool enable;
-    int result;
-    bool operator==(const mask_request &) const = default;
-};
-
-struct attribute_info {
-    std::string name;
-    unsigned mode;  // permission bits, for instance 0644
-};
-
-// What can be made to fail. Counting starts at 1 with the next request of that kind; every request
-// of the kind counts, those that ask for a thing that does not exist included. `presence` is the
-// question whether a node has a property, to which the answer is no then. A wait (a sleep, a
-// turn of a busy wait, a lock) "fails" in that its process gets a fatal signal as it begins.
-enum class fault_kind { allocation, mapping, node, property, presence, attribute, mask, wait };
 
 struct options {
     std::string module_image;              // path of the shared object that holds the module
@@ -77,10 +37,7 @@ class machine {
 
     // sysfs of the driver "ovk-bw". A read is one open, one read to the end, one close, and yields
     // the bytes or a negative code; a write is what `printf TEXT > attribute` does.
-    struct read_result {
-        long code;  // byte count, or a negative error code
-        std::string text;
-    };
+    using read_result = host::read_result;
     std::vector<attribute_info> attributes() const;  // in creation order
     read_result read(std::string_view attribute);
     long write(std::string_view attribute, std::string_view text);  // bytes written or error
@@ -129,10 +86,7 @@ class machine {
     // failed load.
     std::vector<std::string> holdings() const;
 
-    struct allocation_count {
-        std::uint64_t calls;
-        std::uint64_t bytes;
-    };
+    using allocation_count = host::allocation_count;
     allocation_count allocations() const;  // since power-on
 
     // The flattened tree as it was given, for names and addresses.

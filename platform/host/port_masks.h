@@ -9,7 +9,7 @@
 #include "devicetree/flat_tree.h"
 #include "platform/host/board.h"
 #include "platform/host/fault_plan.h"
-#include "platform/host/machine.h"
+#include "platform/host/records.h"
 
 namespace host {
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "platform/host/collector.h"
-#include "platform/host/machine.h"
+#include "platform/host/records.h"
 
 namespace host {
 

@@ -153,7 +153,7 @@ long sysfs::show(file &target, char *page) {
     return target.show(target.driver, page);
 }
 
-machine::read_result sysfs::read(std::string_view driver, std::string_view name) {
+read_result sysfs::read(std::string_view driver, std::string_view name) {
     const std::shared_ptr<file> target = find(driver, name);
     if (!target) {
         return {-ENOENT, {}};

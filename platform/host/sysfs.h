@@ -13,7 +13,7 @@
 
 #include "platform/host/collector.h"
 #include "platform/host/fault_plan.h"
-#include "platform/host/machine.h"
+#include "platform/host/records.h"
 #include "platform/host/services.h"
 
 namespace host {
@@ -30,7 +30,7 @@ class sysfs {
     std::vector<attribute_info> list(std::string_view driver) const;
     // Negative codes: -ENOENT no such file, -EACCES by its mode, -EIO no handler, -ENODEV while it
     // is being removed, and what the handler returns.
-    machine::read_result read(std::string_view driver, std::string_view name);
+    read_result read(std::string_view driver, std::string_view name);
     long write(std::string_view driver, std::string_view name, std::string_view text);
 
     // A signal, fatal or not, for every process that is in a handler now.
