@@ -42,7 +42,6 @@ TEST(flat_tree, keeps_document_order_and_paths) {
     const node &bus = *board().by_name("bus");
     EXPECT_EQ(bus.children.size(), 2u);
     EXPECT_EQ(bus.parent, board().by_name("soc"));
-    EXPECT_EQ(bus.children[0]->full_name, "far@200010");
 }
 
 TEST(flat_tree, reads_properties_as_the_kernel_does) {
@@ -80,10 +79,13 @@ TEST(flat_tree, translates_addresses_through_every_bus) {
 TEST(flat_tree, varies_a_copy_and_leaves_the_original_alone) {
     const flat_tree &tree = board();
     const std::string path = "/soc/larb4@84000";
-    EXPECT_EQ(tree.with_u32(path, "a-new-property", 7).by_name("larb4")->u32("a-new-property"), 7u);
-    EXPECT_EQ(tree.without_property(path, "word").by_name("larb4")->find("word"), nullptr);
-    EXPECT_FALSE(tree.with_property(path, "status", "disabled\0"s).by_name("larb4")->available());
-    EXPECT_EQ(tree.without_node(path).by_name("larb4")->path, "/larb4");
+    const flat_tree varied = tree.with_u32(path, "a-new-property", 7)
+                                 .with_property(path, "status", "disabled\0"s)
+                                 .without_property(path, "word");
+    EXPECT_EQ(varied.by_name("larb4")->u32("a-new-property"), 7u);
+    EXPECT_FALSE(varied.by_name("larb4")->available());
+    EXPECT_FALSE(varied.by_name("larb4")->has("word"));
+    EXPECT_EQ(varied.without_node(path).by_name("larb4")->path, "/larb4");
     EXPECT_TRUE(tree.by_name("larb4")->has("word"));
     EXPECT_FALSE(tree.by_name("larb4")->has("a-new-property"));
     EXPECT_THROW(tree.with_u32("/nowhere", "x", 1), std::runtime_error);

@@ -8,25 +8,6 @@ namespace {
 
 class soc_monitors : public bare_chip {};
 
-// Bus time: 1130 * 100 / 78 + 400 * 100 / 50 = 2248.7; 1530 * 100 / 2248.7 = 68.04.
-TEST_F(soc_monitors, efficiency_is_of_what_the_mask_selects_weighed_by_what_it_moves) {
-    const struct {
-        std::uint32_t value, mask;
-        numbers results;
-    } selections[] = {
-        {0x104, 0x7ff, {7, 78, 205, 359}},
-        {0x105, 0x7ff, {4, 50, 0, 1024}},
-        {0x103, 0x7ff, {0, 0, 0, 0}},
-        {0x100,
-         0x700,
-         {(7 * 1130 + 4 * 400) / 1530, 68, 205 * 1130 / 1530, (359 * 1130 + 1024 * 400) / 1530}},
-    };
-    run({video, audio, source{source_kind::emi_port, 0, 2, {1001, 0, 90}}});
-    for (const auto &[value, mask, expected] : selections) {
-        EXPECT_EQ(efficiency(value, mask), expected) << std::hex << value << " " << mask;
-    }
-}
-
 TEST_F(soc_monitors, efficiency_needs_arming_time_configuration_and_power) {
     const lines done_and_result = {"effi_monitor0+0x34", "effi_monitor0+0x2c"};
     run({video});
