@@ -1,38 +1,18 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "devicetree/flat_tree.h"
 
-#include <gtest/gtest.h>
+#include <map>
 
-#include <fstream>
+#include "tests/compiled.h"
 
-namespace {
+namespace tests {
 
 using devicetree::flat_tree;
 using devicetree::node;
+using std::string_literals::operator""s;
 
-std::filesystem::path source_file(const std::string &text) {
-    const std::string name = ::testing::UnitTest::GetInstance()->current_test_info()->name();
-    const auto file = std::filesystem::path(::testing::TempDir()) / ("flat_tree_" + name + ".dts");
-    std::ofstream(file) << "/dts-v1/;\n" << text;
-    return file;
-}
-
-flat_tree compiled(const std::string &text) {
-    const auto file = source_file(text);
-    auto tree = flat_tree::from_file(file);
-    std::filesystem::remove(file);
-    return tree;
-}
-
-std::vector<std::string> names(const flat_tree &tree) {
-    std::vector<std::string> result;
-    for (const auto &each : tree.nodes()) {
-        result.push_back(each->full_name);
-    }
-    return result;
-}
-
-constexpr const char *board = R"(
+static const flat_tree &board() {
+    static const flat_tree tree = compiled(R"(/dts-v1/;
 / { #address-cells = <2>; #size-cells = <1>;
     soc { #address-cells = <1>; #size-cells = <1>;
           ranges = <0x0 0x0 0x1c000000 0x100000>, <0x200000 0x1 0x0 0x1000>;
@@ -44,60 +24,68 @@ constexpr const char *board = R"(
           blind { #address-cells = <1>; #size-cells = <1>; inner@0 { reg = <0 4>; }; };
           common: smi_common0@1000 { reg = <0x1000 0x1000>; larb = <&common>; flag; }; };
     larb4 { }; };
-)";
-
-TEST(FlatTree, KeepsDocumentOrderAndPaths) {
-    const auto tree = compiled(board);
-    EXPECT_EQ(names(tree), (std::vector<std::string>{"", "soc", "larb4@84000", "bus", "far@200010",
-                                                     "stray@900000", "blind", "inner@0",
-                                                     "smi_common0@1000", "larb4"}));
-    EXPECT_EQ(tree.nodes()[0]->path, "/");
-    EXPECT_EQ(tree.by_name("far")->path, "/soc/bus/far@200010");
-    EXPECT_EQ(tree.by_name("larb4"), tree.nodes()[2].get());
-    EXPECT_EQ(tree.by_name("bus")->children.size(), 2u);
-    EXPECT_EQ(tree.by_name("bus")->parent, tree.by_name("soc"));
-    EXPECT_EQ(tree.by_name("larb"), nullptr);
+)");
+    return tree;
 }
 
-TEST(FlatTree, ReadsPropertiesAsTheKernelDoes) {
-    const auto tree = compiled(board);
-    const node &larb = *tree.by_name("larb4");
+TEST(flat_tree, keeps_document_order_and_paths) {
+    std::vector<std::string> paths;
+    for (const auto &each : board().nodes()) {
+        paths.push_back(each->path);
+    }
+    EXPECT_EQ(paths, (std::vector<std::string>{"/", "/soc", "/soc/larb4@84000", "/soc/bus",
+                                               "/soc/bus/far@200010", "/soc/bus/stray@900000",
+                                               "/soc/blind", "/soc/blind/inner@0",
+                                               "/soc/smi_common0@1000", "/larb4"}));
+    EXPECT_EQ(board().by_name("larb4"), board().nodes()[2].get());
+    EXPECT_EQ(board().by_name("larb"), nullptr);
+    const node &bus = *board().by_name("bus");
+    EXPECT_EQ(bus.children.size(), 2u);
+    EXPECT_EQ(bus.parent, board().by_name("soc"));
+}
+
+TEST(flat_tree, reads_properties_as_the_kernel_does) {
+    const node &larb = *board().by_name("larb4");
     EXPECT_EQ(larb.u32_array("list"), (std::vector<std::uint32_t>{1, 2, 0xffffffff}));
     EXPECT_EQ(larb.u32("list"), 1u);
     EXPECT_EQ(larb.string("word"), "GOP");
-    EXPECT_EQ(larb.string("list"), std::string());
+    EXPECT_EQ(larb.string("list"), "");
     EXPECT_EQ(larb.u32("missing"), std::nullopt);
-    const node &common = *tree.by_name("smi_common0");
+    const node &common = *board().by_name("smi_common0");
     EXPECT_TRUE(common.has("flag"));
     EXPECT_EQ(common.u32("flag"), std::nullopt);
     EXPECT_EQ(common.string("flag"), std::nullopt);
-    EXPECT_EQ(tree.by_phandle(*common.u32("larb")), &common);
+    EXPECT_EQ(board().by_phandle(*common.u32("larb")), &common);
     EXPECT_TRUE(larb.available());
     EXPECT_TRUE(common.available());
-    EXPECT_FALSE(tree.by_name("far")->available());
+    EXPECT_FALSE(board().by_name("far")->available());
 }
 
-TEST(FlatTree, TranslatesAddressesThroughEveryBus) {
-    const auto tree = compiled(board);
-    const node &larb = *tree.by_name("larb4");
-    ASSERT_EQ(larb.reg.size(), 2u);
-    EXPECT_EQ(larb.reg[0].start, 0x1c084000u);
-    EXPECT_EQ(larb.reg[1].start, 0x1c085000u);
-    EXPECT_EQ(larb.reg[1].size, 0x100u);
-    EXPECT_EQ(tree.by_name("far")->reg.at(0).start, 0x100000010u);
-    EXPECT_TRUE(tree.by_name("stray")->reg.empty());
-    EXPECT_TRUE(tree.by_name("inner")->reg.empty());
+TEST(flat_tree, translates_addresses_through_every_bus) {
+    const std::map<std::string, std::vector<std::pair<std::uint64_t, std::uint64_t>>> windows = {
+        {"larb4", {{0x1c084000, 0x1000}, {0x1c085000, 0x100}}},
+        {"far", {{0x100000010, 8}}},
+        {"stray", {}},
+        {"inner", {}}};
+    for (const auto &[name, expected] : windows) {
+        const std::vector<devicetree::range> &reg = board().by_name(name)->reg;
+        ASSERT_EQ(reg.size(), expected.size()) << name;
+        for (std::size_t i = 0; i < reg.size(); ++i) {
+            EXPECT_EQ(std::pair(reg[i].start, reg[i].size), expected[i]) << name << " " << i;
+        }
+    }
 }
 
-TEST(FlatTree, VariesACopyAndLeavesTheOriginalAlone) {
-    const auto tree = compiled(board);
+TEST(flat_tree, varies_a_copy_and_leaves_the_original_alone) {
+    const flat_tree &tree = board();
     const std::string path = "/soc/larb4@84000";
-    const auto changed = tree.with_u32(path, "a-new-property", 7);
-    EXPECT_EQ(changed.by_name("larb4")->u32("a-new-property"), 7u);
-    EXPECT_EQ(tree.without_property(path, "word").by_name("larb4")->find("word"), nullptr);
-    const auto disabled = tree.with_property(path, "status", std::string("disabled\0", 9));
-    EXPECT_FALSE(disabled.by_name("larb4")->available());
-    EXPECT_EQ(tree.without_node(path).by_name("larb4")->path, "/larb4");
+    const flat_tree varied = tree.with_u32(path, "a-new-property", 7)
+                                 .with_property(path, "status", "disabled\0"s)
+                                 .without_property(path, "word");
+    EXPECT_EQ(varied.by_name("larb4")->u32("a-new-property"), 7u);
+    EXPECT_FALSE(varied.by_name("larb4")->available());
+    EXPECT_FALSE(varied.by_name("larb4")->has("word"));
+    EXPECT_EQ(varied.without_node(path).by_name("larb4")->path, "/larb4");
     EXPECT_TRUE(tree.by_name("larb4")->has("word"));
     EXPECT_FALSE(tree.by_name("larb4")->has("a-new-property"));
     EXPECT_THROW(tree.with_u32("/nowhere", "x", 1), std::runtime_error);
@@ -105,30 +93,28 @@ TEST(FlatTree, VariesACopyAndLeavesTheOriginalAlone) {
     EXPECT_THROW(tree.without_node("/nowhere"), std::runtime_error);
 }
 
-TEST(FlatTree, HasNoMoreThan64LevelsOfNodes) {
-    std::string levels = "node { };";
-    for (int above = 2; above < 64; ++above) {
-        levels = "node { " + levels + " };";
-    }
-    EXPECT_EQ(compiled("/ { " + levels + " };").nodes().size(), 64u);
-    const auto file = source_file("/ { node { " + levels + " }; };");
-    EXPECT_THROW(flat_tree::from_file(file), std::runtime_error);
-    std::filesystem::remove(file);
+static std::string nested(int levels) {
+    return levels == 0 ? "" : "node { " + nested(levels - 1) + " };";
 }
 
-TEST(FlatTree, SaysWhichFileIsWrong) {
-    const auto file = source_file("/ { broken };");
-    try {
-        flat_tree::from_file(file);
-        ADD_FAILURE() << "no exception";
-    } catch (const std::runtime_error &error) {
-        EXPECT_NE(std::string(error.what()).find(file.string()), std::string::npos);
-        EXPECT_NE(std::string(error.what()).find("syntax error"), std::string::npos);
+// The root is a level of its own.
+TEST(flat_tree, says_what_is_wrong_with_which_file) {
+    const std::string file = "/tree_" + std::to_string(getpid()) + ".dts";
+    for (const std::string &text : {"broken"s, nested(64)}) {
+        try {
+            compiled("/dts-v1/; / { " + text + " };");
+            ADD_FAILURE() << "no objection to " << text;
+        } catch (const std::runtime_error &error) {
+            const std::string reason = text == "broken" ? "syntax error" : "64 levels";
+            EXPECT_NE(std::string(error.what()).find(file), std::string::npos) << error.what();
+            EXPECT_NE(std::string(error.what()).find(reason), std::string::npos) << error.what();
+        }
     }
-    std::filesystem::remove(file);
+    EXPECT_EQ(compiled("/dts-v1/; / { " + nested(63) + " };").nodes().size(), 64u);
     EXPECT_THROW(flat_tree::from_file("/nonexistent.dtb"), std::runtime_error);
-    EXPECT_THROW(flat_tree::from_blob("no blob"), std::runtime_error);
-    EXPECT_THROW(flat_tree::from_blob(std::string(100, 'x')), std::runtime_error);
+    for (const std::string &blob : {"no blob"s, std::string(100, 'x')}) {
+        EXPECT_THROW(flat_tree::from_blob(blob), std::runtime_error) << blob;
+    }
 }
 
-}  // namespace
+}  // namespace tests
