@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "tests/report_text.h"
 
-#include <algorithm>
-#include <cctype>
 #include <sstream>
 
 #include "tests/pattern.h"
@@ -44,30 +42,27 @@ lines words_of(const std::string &line) {
     return words;
 }
 
-static bool is_row(const std::string &first) {
-    return std::isdigit(static_cast<unsigned char>(first[0])) != 0 || first == "In" ||
-           first == "Out" || first == "ALL" || first == "Module" || first == "SMI_LARB" ||
-           first == "SMI_COMMON" || first == "CENTRAL_EMI";
-}
-
 lines port_rows(const std::string &report) {
-    std::string text = plain(report);
+    static const std::string row =
+        " ?((?:\\d|(?:In|Out|ALL|Module|SMI_LARB|SMI_COMMON|CENTRAL_EMI) ).*?|.* not support .*?) "
+        "?";
+    std::istringstream text(replaced(plain(report), "[ |]+", " "));
     lines rows;
 
-    std::replace(text.begin(), text.end(), '|', ' ');
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);) {
-        const lines words = words_of(line);
-        if (words.empty() || !(is_row(words[0]) || line.find("not support") != line.npos)) {
-            continue;
-        }
-        std::string row;
-        for (const std::string &word : words) {
-            row += (row.empty() ? "" : " ") + word;
-        }
-        rows.push_back(row);
+    for (std::string line; std::getline(text, line);) {
+        const lines found = groups_of(line, row);
+        rows.insert(rows.end(), found.begin(), found.end());
     }
     return rows;
+}
+
+std::string row_with(const std::string &report, const std::string &start) {
+    for (const std::string &row : port_rows(report)) {
+        if (row.starts_with(start)) {
+            return row;
+        }
+    }
+    return "";
 }
 
 std::map<std::string, std::uint64_t> port_data(const std::string &report) {
