@@ -362,24 +362,6 @@ TEST(total_trace, larb_module_with_five_ports_runs_four_and_then_one) {
     expect_trace(trace_of_read(r, "bw_total"), expected);
 }
 
-// TSP is input 7 of SMI common 1, whose two outputs are numbered first. 50 MB/s are 50,000 units
-// of 16 bytes in 16 ms.
-TEST(total_trace, common_module_is_measured_in_both_directions) {
-    rig r("zt410");
-    r.loaded();
-    only(r, 4);
-    r.run({at_common(1, 7, {.write = 50, .efficiency = 60, .preultra = 100})},
-          {{"smi_common1", 0x220, 0x4000}});
-
-    lines expected;
-    block_trace common(expected, "smi_common1");
-    add_common_run(common, 9, 0, 0);
-    add_common_run(common, 9, 1, 50'000);
-    common.r32(0x220, 0x4000);
-    add_effi_run(expected, {"effi_monitor3", 0x700, 0x700, 60, 0, 1024});
-    expect_trace(trace_of_read(r, "bw_total"), expected);
-}
-
 // The CPU's are ports 0 and 1, the GPU's is port 7. 301 MB/s are split 151 and 150.
 TEST(total_trace, processors_and_reference_are_counted_on_both_channels_through_broadcast) {
     struct run {
