@@ -121,6 +121,7 @@ TEST(module_failures, a_module_abandoned_part_way_shows_what_was_measured_in_mb_
 // where their efficiency reads 0 they count, and only the bus bandwidth is not known.
 TEST(module_failures, a_port_without_a_measured_efficiency_carries_no_priority_weight) {
     for (const bool measured : {false, true}) {
+        SCOPED_TRACE(measured ? "measured" : "without the monitor");
         rig r(port_chip({"3", "4"}));
         r.loaded();
         r.run({at_larb(0, 3, {.read = 300, .efficiency = 60, .ultra = 50}),
@@ -193,6 +194,7 @@ TEST(hanging_monitors, have_more_polls_at_the_slow_EMI_clocks) {
 // the last run. The monitor is never done in the run before which its control register is pinned.
 TEST(hanging_monitors, of_a_group_take_its_counts_and_the_last_one_the_latencies) {
     for (const int hung : {1, 2}) {
+        SCOPED_TRACE("group " + std::to_string(hung));
         watched_machine w(port_chip(), "emi_cen0", 0x404);
         int groups = 0;
         w.bus.set_scenario({"", {at_emi(2, {.read = 300}), at_emi(7, {.read = 300})}, {}});

@@ -7,22 +7,6 @@
 
 namespace tests {
 
-// The name of a module may hold blanks no more than its domain.
-std::vector<expected_row> table_rows(const std::string &report) {
-    static const std::string row = " *\\d+ +(\\S+) +\\S+ +(\\d+) +(\\d+) +(\\d+) +(\\d+) +(\\d+)";
-    std::vector<expected_row> rows;
-    std::istringstream text(plain(report));
-
-    for (std::string line; std::getline(text, line);) {
-        const lines found = groups_of(line, row);
-        if (!found.empty()) {
-            rows.push_back({found[0], std::stoull(found[1]), std::stoull(found[2]),
-                            std::stoull(found[3]), std::stoull(found[4]), std::stoull(found[5])});
-        }
-    }
-    return rows;
-}
-
 void enable_all(rig &r, std::uint32_t time_ms) {
     const std::size_t count = sources_by_module(r.machine().tree()).size();
 
@@ -52,6 +36,19 @@ lines port_rows(const std::string &report) {
     for (std::string line; std::getline(text, line);) {
         const lines found = groups_of(line, row);
         rows.insert(rows.end(), found.begin(), found.end());
+    }
+    return rows;
+}
+
+std::vector<expected_row> table_rows(const std::string &report) {
+    std::vector<expected_row> rows;
+
+    for (const std::string &row : port_rows(report)) {
+        const lines words = words_of(row);
+        if (words.size() == 8) {
+            rows.push_back({words[1], std::stoull(words[3]), std::stoull(words[4]),
+                            std::stoull(words[5]), std::stoull(words[6]), std::stoull(words[7])});
+        }
     }
     return rows;
 }

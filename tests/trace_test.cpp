@@ -446,6 +446,7 @@ TEST(port_trace, EMI_ports_run_six_at_a_time_on_two_channels) {
 
 TEST(port_trace, broadcast_mode_reaches_as_many_channels_as_there_are) {
     for (const auto &[channels, targets] : {std::pair{1u, 0x0u}, {2u, 0x2u}, {3u, 0x7f02u}}) {
+        SCOPED_TRACE(std::to_string(channels) + " channels");
         rig r(sim::chip_tree("zt440").with_u32("/emi_arch", "emi_cnt", channels));
         r.loaded();
         r.machine().set_tracing(true);
