@@ -2,10 +2,8 @@
 // Expected register traces, in the words of the host kernel's own.
 #pragma once
 
-#include <algorithm>
 #include <cstdint>
 #include <cstdio>
-#include <optional>
 #include <string>
 #include <utility>
 
@@ -55,78 +53,5 @@ class block_trace {
     lines &trace_;
     std::string node_;
 };
-
-inline void add_broadcast(lines &trace, bool on, std::uint32_t targets) {
-    block_trace dispatch(trace, "emi_dispatch0");
-
-    dispatch.wmb();
-    dispatch.w32(0x100, on ? 0x7f7f : 0);
-    dispatch.w32(0x104, on ? targets : 0);
-    dispatch.wmb();
-}
-
-// Says where two traces part, rather than printing both.
-inline void expect_trace(const lines &trace, const lines &expected) {
-    const auto [at, wanted] =
-        std::mismatch(trace.begin(), trace.end(), expected.begin(), expected.end());
-
-    EXPECT_EQ(at != trace.end() ? *at : "the end", wanted != expected.end() ? *wanted : "the end")
-        << "access " << at - trace.begin();
-}
-
-struct effi_run {
-    std::string monitor;
-    std::uint32_t value;
-    std::uint32_t mask;
-    std::uint32_t efficiency;
-    std::uint32_t ultra;
-    std::uint32_t preultra;
-    std::optional<std::uint32_t> burst = {};  // read for port reports only
-};
-
-inline void add_effi_run(lines &trace, const effi_run &run) {
-    block_trace monitor(trace, run.monitor);
-    const std::uint64_t high = std::uint64_t{run.value} << 32;
-    const auto update = [&monitor](std::uint32_t before, std::uint32_t after) {
-        monitor.update32(0x00, before, after);
-        monitor.wmb();
-    };
-
-    monitor.wmb();
-    monitor.w32(0x00, 0x1);
-    monitor.w32(0x00, 0x0);
-    if (run.mask != 0) {
-        monitor.w32(0x08, run.mask);
-        monitor.w32(0x04, run.value);
-    } else {
-        monitor.w32(0x04, run.value);
-        monitor.w32(0x08, run.mask);
-    }
-    monitor.update64(0x00, high, high | 0x8);
-    update(0x08, 0x08);
-    update(0x08, 0x48);
-    update(0x48, 0x58);
-    monitor.r32(0x34, 0);
-    monitor.sleep("999 1001");
-    monitor.r32(0x34, 1);
-    monitor.r32(0x2c, run.efficiency);
-    update(0x58, 0x18);
-    update(0x18, 0x98);
-    monitor.r32(0x2c, run.ultra);
-    update(0x98, 0x18);
-    update(0x18, 0x18);
-    if (run.burst) {
-        monitor.r32(0x2c, *run.burst);
-    }
-    update(0x18, 0x18);
-    update(0x18, 0xd8);
-    monitor.r32(0x2c, run.preultra);
-    update(0xd8, 0x18);
-    monitor.update64(0x00, high | 0x18, high | 0x08);
-    monitor.wmb();
-    monitor.update64(0x00, high | 0x08, high | 0x09);
-    monitor.wmb();
-    monitor.update64(0x00, high | 0x09, high | 0x08);
-}
 
 }  // namespace tests

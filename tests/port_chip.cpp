@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "tests/compiled.h"
+#include "tests/pattern.h"
 
 namespace tests {
 
@@ -18,7 +19,7 @@ static const char *const blocks = R"(/dts-v1/;
     common0: smi_common0@1c013000 { reg = <0x1c013000 0x1000>; quorix,common-id = <0>;
                                     input-port-nr = <4>; output-port-nr = <2>;
                                     quorix,emi-port = <2 3>; };
-    smi_common1@1c014000 { reg = <0x1c014000 0x1000>; quorix,common-id = <1>;
+    smi_commonSECOND@1c014000 { reg = <0x1c014000 0x1000>; quorix,common-id = <SECOND>;
                            input-port-nr = <2>; output-port-nr = <1>;
                            quorix,emi-port = <4>; };
     larb0@1c015000 { reg = <0x1c015000 0x1000>; quorix,smi = <&common0>; quorix,smi-port-id = <0>; };
@@ -27,31 +28,38 @@ static const char *const blocks = R"(/dts-v1/;
     effi_monitor0@1c018000 { compatible = "quorix,zt430-effi-mon"; reg = <0x1c018000 0x1000>; };
     effi_monitor1@1c019000 { compatible = "quorix,zt430-effi-mon"; reg = <0x1c019000 0x1000>; };
     effi_monitor2@1c01a000 { compatible = "quorix,zt430-effi-mon"; reg = <0x1c01a000 0x1000>; };
+    gop { device_type = "bw"; module-name = "GOP"; domain = "GFX"; module-id = <0>; init-on;
+          GROUPS };
     tsp { device_type = "bw"; module-name = "TSP"; domain = "TS"; module-id = <1>; init-on;
           tsp_comm0 { common-id = <0>; port-list = <3>; };
-          tsp_comm1 { common-id = <1>; port-list = <1>; }; };
+          tsp_comm1 { common-id = <SECOND>; port-list = <1>; }; };
     ref { device_type = "bw"; module-name = "REF_EMI"; domain = "EMI"; module-id = <2>; init-on; };
     sum { device_type = "bw"; module-name = "SUM"; domain = "ALL"; module-id = <3>; init-on; };
 };
 )";
 
-// The list goes by document order, so GOP comes before TSP.
 devicetree::flat_tree port_chip(const std::vector<std::string> &port_lists,
                                 const std::string &second_common) {
-    std::string gop =
-        "    gop { device_type = \"bw\"; module-name = \"GOP\"; domain = \"GFX\"; "
-        "module-id = <0>; init-on;\n";
-    std::string text = blocks;
+    std::string groups;
 
     for (std::size_t larb = 0; larb < port_lists.size(); larb++) {
         const std::string number = std::to_string(larb);
-        gop += "gop_larb" + number + " { larb-id = <" + number + ">; port-list = <" +
-               port_lists[larb] + ">; };\n";
+        groups += "gop_larb" + number + " { larb-id = <" + number + ">; port-list = <" +
+                  port_lists[larb] + ">; }; ";
     }
-    const std::string second = "smi_common1";
-    text.replace(text.find(second), second.size(), "smi_common" + second_common);
-    text.insert(text.find("    tsp {"), gop + "};\n");
-    return compiled(text);
+    return compiled(replaced(replaced(blocks, "SECOND", second_common), "GROUPS", groups));
+}
+
+soc::source at_larb(std::uint32_t larb, std::uint32_t port, soc::flow traffic) {
+    return {soc::source_kind::larb_port, larb, port, traffic};
+}
+
+soc::source at_common(std::uint32_t common, std::uint32_t input, soc::flow traffic) {
+    return {soc::source_kind::common_input, common, input, traffic};
+}
+
+soc::source at_emi(std::uint32_t port, soc::flow traffic) {
+    return {soc::source_kind::emi_port, 0, port, traffic};
 }
 
 namespace {
@@ -83,14 +91,31 @@ lines left_on(rig &r) {
             }
             const std::uint64_t value = r.chip().peek(node->reg[0].start + each.offset, 32);
             if ((value & each.mask) != 0) {
-                char text[64];
-                std::snprintf(text, sizeof(text), "%s+0x%03x 0x%08llx", node->name.c_str(),
-                              each.offset, static_cast<unsigned long long>(value));
-                places.emplace_back(text);
+                char place[32];
+                std::snprintf(place, sizeof(place), "+0x%03x 0x%08x", each.offset,
+                              static_cast<unsigned>(value));
+                places.push_back(node->name + place);
             }
         }
     }
     return places;
+}
+
+std::string clean_read(rig &r, const std::string &attribute, long code) {
+    const lines held = r.machine().holdings();
+    const auto result = r.machine().read(attribute);
+
+    EXPECT_EQ(code >= 0 ? static_cast<long>(result.text.size()) : code, result.code) << attribute;
+    EXPECT_EQ(r.machine().holdings(), held) << attribute;
+    EXPECT_EQ(left_on(r), lines{}) << attribute;
+    return result.text;
+}
+
+std::uint64_t wait_of(rig &r, const std::string &attribute) {
+    const std::uint64_t before = r.machine().waited_us();
+
+    r.read(attribute);
+    return r.machine().waited_us() - before;
 }
 
 }  // namespace tests

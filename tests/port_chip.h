@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// A chip that is small enough to write whole reports down, and what is left on in a chip.
+// A small chip for what the reports show, one thing at a time.
 #pragma once
 
 #include <string>
@@ -20,11 +20,22 @@ namespace tests {
 devicetree::flat_tree port_chip(const std::vector<std::string> &port_lists = {"3"},
                                 const std::string &second_common = "1");
 
-// Paths of its nodes, for variations.
+// Path of a node, for variations.
 inline constexpr const char *path_of_common0 = "/smi_common0@1c013000";
-inline constexpr const char *path_of_common1 = "/smi_common1@1c014000";
+
+// Traffic, by the place where it enters.
+soc::source at_larb(std::uint32_t larb, std::uint32_t port, soc::flow traffic);
+soc::source at_common(std::uint32_t common, std::uint32_t input, soc::flow traffic);
+soc::source at_emi(std::uint32_t port, soc::flow traffic);
 
 // Registers of measurement that are not off, as "node+0xoffset 0xvalue".
 lines left_on(rig &r);
+
+// What a read yields. It has to end with `code` or the text's size, and to leave nothing behind: no
+// memory, no window, no running monitor.
+std::string clean_read(rig &r, const std::string &attribute, long code = 0);
+
+// Microseconds that a read waits.
+std::uint64_t wait_of(rig &r, const std::string &attribute);
 
 }  // namespace tests

@@ -1,29 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "tests/report_text.h"
 
-#include <algorithm>
-#include <cctype>
 #include <sstream>
 
 #include "tests/pattern.h"
 
 namespace tests {
-
-// The name of a module may hold blanks no more than its domain.
-std::vector<expected_row> table_rows(const std::string &report) {
-    static const std::string row = " *\\d+ +(\\S+) +\\S+ +(\\d+) +(\\d+) +(\\d+) +(\\d+) +(\\d+)";
-    std::vector<expected_row> rows;
-    std::istringstream text(plain(report));
-
-    for (std::string line; std::getline(text, line);) {
-        const lines found = groups_of(line, row);
-        if (!found.empty()) {
-            rows.push_back({found[0], std::stoull(found[1]), std::stoull(found[2]),
-                            std::stoull(found[3]), std::stoull(found[4]), std::stoull(found[5])});
-        }
-    }
-    return rows;
-}
 
 void enable_all(rig &r, std::uint32_t time_ms) {
     const std::size_t count = sources_by_module(r.machine().tree()).size();
@@ -44,30 +26,40 @@ lines words_of(const std::string &line) {
     return words;
 }
 
-static bool is_row(const std::string &first) {
-    return std::isdigit(static_cast<unsigned char>(first[0])) != 0 || first == "In" ||
-           first == "Out" || first == "ALL" || first == "Module" || first == "SMI_LARB" ||
-           first == "SMI_COMMON" || first == "CENTRAL_EMI";
-}
-
 lines port_rows(const std::string &report) {
-    std::string text = plain(report);
+    static const std::string row =
+        " ?((?:\\d|(?:In|Out|ALL|Module|SMI_LARB|SMI_COMMON|CENTRAL_EMI) ).*?|.* not support .*?) "
+        "?";
+    std::istringstream text(replaced(plain(report), "[ |]+", " "));
     lines rows;
 
-    std::replace(text.begin(), text.end(), '|', ' ');
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);) {
-        const lines words = words_of(line);
-        if (words.empty() || !(is_row(words[0]) || line.find("not support") != line.npos)) {
-            continue;
-        }
-        std::string row;
-        for (const std::string &word : words) {
-            row += (row.empty() ? "" : " ") + word;
-        }
-        rows.push_back(row);
+    for (std::string line; std::getline(text, line);) {
+        const lines found = groups_of(line, row);
+        rows.insert(rows.end(), found.begin(), found.end());
     }
     return rows;
+}
+
+std::vector<expected_row> table_rows(const std::string &report) {
+    std::vector<expected_row> rows;
+
+    for (const std::string &row : port_rows(report)) {
+        const lines words = words_of(row);
+        if (words.size() == 8) {
+            rows.push_back({words[1], std::stoull(words[3]), std::stoull(words[4]),
+                            std::stoull(words[5]), std::stoull(words[6]), std::stoull(words[7])});
+        }
+    }
+    return rows;
+}
+
+std::string row_with(const std::string &report, const std::string &start) {
+    for (const std::string &row : port_rows(report)) {
+        if (row.starts_with(start)) {
+            return row;
+        }
+    }
+    return "";
 }
 
 std::map<std::string, std::uint64_t> port_data(const std::string &report) {

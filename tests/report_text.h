@@ -32,9 +32,12 @@ void enable_all(rig &r, std::uint32_t time_ms);
 
 lines words_of(const std::string &line);
 
-// Titles and rows of a port report, with single blanks between the words, without legends and
-// column titles. The larb report ends with the row of its totals.
+// Titles and rows of a report, with single blanks between the words, without legends, column titles
+// and bars. The larb report ends with the row of its totals.
 lines port_rows(const std::string &report);
+
+// The first of these that starts so; "" without one.
+std::string row_with(const std::string &report, const std::string &start);
 
 // Read and write bandwidth of every row of a port report, by "larb4:2", "in0:1" and "out0:0" (of
 // SMI commons), or "emi:5" (of the total view).

@@ -53,6 +53,9 @@ class rig {
     // New traffic. Settings of ports among its presets are what reads show, but they don't act on
     // the traffic.
     void set_scenario(const soc::scenario &traffic);
+    void run(std::vector<soc::source> sources, std::vector<soc::preset> settings = {}) {
+        set_scenario({"", std::move(sources), std::move(settings)});
+    }
 
     // What a process gets of its request when a fatal signal reaches it. The signal is repeated,
     // since it may come before the request.

@@ -1,0 +1,543 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// The texts of the reports, which rows they have, how these lie, and their figures at the limits.
+#include <algorithm>
+#include <cstring>
+
+#include "tests/pattern.h"
+#include "tests/port_chip.h"
+#include "tests/report_text.h"
+
+namespace tests {
+
+namespace {
+
+// What a text does to the cursor: "n" begins a new line, "u" and "d" go up and down one, and "r"
+// goes to the right column.
+std::string moves(const std::string &text) {
+    std::string all;
+
+    for (std::size_t at = 0; at < text.size(); at++) {
+        for (const auto &[sequence, move] :
+             {std::pair{"\n", 'n'}, {"\033[1A", 'u'}, {"\033[1B", 'd'}, {"\033[60C", 'r'}}) {
+            if (text.compare(at, std::strlen(sequence), sequence) == 0) {
+                all += move;
+            }
+        }
+    }
+    return all;
+}
+
+// Texts of the reports, with "~" for the escape character and the bracket behind it.
+const char *const larb_text = R"(Starting Monitor......~K
+~K
+Module : ~46;30m  GOP  ~0m~K
+~K
+OL: Outstanding Limit(Hex)~K
+U: Force ultra PU: Force pre-ultra~K
+R_BW / W_BW: R/W BW (MB/s)~K
+M_CP: MAX CP(ns)~K
+B: AVG Burst~K
+E: Efficiency~K
+UR: Ultra ratio~K
+PUR: Pre-Ultra ratio~K
+~K
+SMI_LARB 0~K
+~7m ID  OL  U PU  R_BW  W_BW  M_CP    B    E   UR  PUR~0m~K
+~0m  0   0  0  1     0     0     0    0    0    0    0~K
+~0m  1  ab  1  0   300   200  1400    9   80   25   50~K
+~1A~1A~1A~1A~60CSMI_LARB 1~K
+~60C~7m ID  OL  U PU  R_BW  W_BW  M_CP    B    E   UR  PUR~0m~K
+~60C~0m  7   0  0  0     0     0     0    0    0    0    0~K
+~1B~60C~K~K
+~4m                                 ~0m~K
+~7m| Data BW  |   Effi  |  Bus BW  |~0m~K
+~0m~4m|    500   |     80  |     625  |~0m~K
+~0m~K
+)";
+
+const char *const common_text = R"(Starting Monitor......~K
+~K
+SMI_COMMON 0~K
+~7m TYPE PORT     R_BW     W_BW  M_RCP  M_WCP BURST  EFFI    UR   PUR~0m~K
+~0m   In    0      300      200   1400   1400     9    80    25    50~K
+~0m   In    3        0       40      0    600     6    80     0   100~K
+~0m  Out    0      300      240   1400   1400     -     -     -     -~K
+~K
+)";
+
+const char *const emi_text = R"(Starting Monitor......~K
+~K
+BW_LMT; RD/WR_TIMER; RD/WR_OSTD: Bandwidth info.(HEX)~K
+DATA_BW: Data Bandwidth (MB/s)~K
+BUS_BW: Bus Bandwidth (MB/s)~K
+EFFI: Efficiency (%)~K
+LATENCY: Average latency (ns)~K
+~K
+CENTRAL_EMI ALL~K
+~7m PORT   DATA_BW   EFFI(%)     BURST    BUS_BW   LATENCY~0m~K
+    0         0        70         1         0         0~K
+    1         0        70         1         0         0~K
+    2       540        70         1       771       200~K
+  ALL       540        70         -       771         -~K
+~K
+)";
+
+const char *const emi_detail_text = R"(Starting Monitor......~K
+~K
+CENTRAL_EMI 0~K
+~7m PORT BW_LMT RTIMER WTIMER  ROSTD  WOSTD   DATA_BW   EFFI(%)     BURST    BUS_BW   LATENCY~0m~K
+    0     2A     CD     AB     51     62         0        70         1         0         0~K
+    1     2A     CD     AB     73     84         0        70         1         0         0~K
+    2      0      0      0      0      0       270        70         1       385       200~K
+~K
+CENTRAL_EMI 1~K
+~7m PORT BW_LMT RTIMER WTIMER  ROSTD  WOSTD   DATA_BW   EFFI(%)     BURST    BUS_BW   LATENCY~0m~K
+    0      0      0      0      0      0         0        70         1         0         0~K
+    1      0      0      0      0      0         0        70         1         0         0~K
+    2      0      0      0      0      0       270        70         1       385       200~K
+~K
+)";
+
+const char *const total_text = R"(Starting Monitor......~K
+~K
+~7m  ID    MODULE      DOMAIN     DATA_BW     EFFI(%)      BUS_BW    ULTRA(%) PREULTRA(%)~0m~K
+   0       GOP         GFX         500          80         625          25          50~K
+   1       TSP          TS          40          80          50           0         100~K
+   3       SUM         ALL         540          80         675          23          53~K
+~K
+GOP       :    625 (MB/s) 968 o/oo[~7m                                                ~0m  ]~K
+TSP       :     50 (MB/s)  77 o/oo[~7m   ~0m                                               ]~K
+SUM       :    675 (MB/s)1046 o/oo[~7m                                                    ~0m  ]~K
+~K
+~4m                       ~0m~K
+~7m|   Width  |   Clock  |~0m~K
+~0m~4m|      8   |     645  |~0m~K
+~0m~K
+~4m                                  ~0m~K
+~7m| TotalBW  |   BusBW  |   Slack  |~0m~K
+~0m~4m|     645  |     675  |     -30  |~0m~K
+~4m|    100%  |    104%  |    -4%   |~0m~K
+~0m~K
+~K
+Status: ~41;30m  DANGER  ~0m~K
+~K
+)";
+
+const char *const simple_text = R"(~K
+GOP       :    625 MB/s~K
+TSP       :     50 MB/s~K
+SUM       :    675 MB/s~K
+~K
+Total     :    645 MB/s (100%)~K
+Useage    :    675 MB/s (104%)~K
+Slack     :    -30 MB/s ( -4%)~K
+~K
+)";
+
+// total_bw is this many MB/s, so that 1 % is easy to aim at.
+devicetree::flat_tree chip_of(std::uint32_t total_bw, std::uint32_t penalty = 85,
+                              const lines &port_lists = {"3"}) {
+    return port_chip(port_lists)
+        .with_u32("/dram_config", "bus_width", 8)
+        .with_u32("/dram_config", "dram_clock", total_bw)
+        .with_u32("/dram_config", "dram_penalty", penalty);
+}
+
+}  // namespace
+
+// GOP's port 1 moves 500 MB/s, which are 625 on the bus at 80 %; TSP's input of SMI common 0 writes
+// 40, which are 50. Both leave for EMI port 2. The DRAM has 645.
+TEST(report_layout, texts_are_exact) {
+    rig r(chip_of(645, 85, {"0 1", "7"}).with_u32("/emi_arch", "emi_port_cnt", 3));
+    r.loaded();
+    r.run(
+        {at_larb(
+             0, 1,
+             {.read = 300, .write = 200, .ultra = 25, .preultra = 50, .burst = 9, .period = 1400}),
+         at_common(0, 3, {.write = 40, .preultra = 100, .burst = 6, .period = 600})},
+        {{"larb0", 0x204, 0xab},
+         {"larb0", 0x78, 0x2},
+         {"larb0", 0x7c, 0x1},
+         {"emi_cen0", 0x100, 0xabcdffea},
+         {"emi_cen0", 0xd0, 0x4321},
+         {"emi_cen0", 0xd4, 0x8765}});
+    r.write("bw_total", "2 0 16 0\n");
+    const auto shown = [&r](const char *attribute) {
+        return replaced(r.read(attribute), "\033\\[", "~");
+    };
+
+    EXPECT_EQ(shown("bw_larb"), larb_text);
+    EXPECT_EQ(shown("bw_scomm"), common_text);
+    EXPECT_EQ(shown("bw_emi"), emi_text);
+    EXPECT_EQ(shown("bw_total"), total_text);
+    r.write("bw_emi_detail", "1\n");
+    r.write("simple_mon", "1\n");
+    EXPECT_EQ(shown("bw_emi"), emi_detail_text);
+    EXPECT_EQ(shown("bw_total"), simple_text);
+}
+
+TEST(total_layout, verdict_follows_the_threshold) {
+    struct band {
+        std::uint32_t penalty;
+        std::uint32_t usage;
+        const char *verdict;
+    };
+    const char *safe = "Status: \033[42;30m   SAFE   \033[0m";
+    const char *warning = "Status: \033[43;30m  WARNING  \033[0m";
+    const char *danger = "Status: \033[41;30m  DANGER  \033[0m";
+    const band bands[] = {{85, 75, safe}, {85, 76, warning}, {85, 85, warning}, {85, 86, danger},
+                          {10, 0, safe},  {10, 1, warning},  {9, 9, safe},      {9, 10, danger},
+                          {0, 0, safe},   {0, 1, danger}};
+
+    for (const band &each : bands) {
+        rig r(chip_of(100, each.penalty));
+        r.loaded();
+        r.run({at_larb(0, 3, {.read = each.usage, .efficiency = 100})});
+        EXPECT_NE(r.read("bw_total").find(each.verdict), std::string::npos)
+            << each.usage << " of " << each.penalty;
+    }
+}
+
+TEST(total_layout, no_theoretical_bandwidth_means_no_usage) {
+    rig r(chip_of(0));
+    r.loaded().run({at_larb(0, 3, {.read = 500, .efficiency = 100})});
+    const std::string report = r.read("bw_total");
+    EXPECT_NE(report.find("   0 o/oo[\033[7m\033[0m  "), std::string::npos) << report;
+    EXPECT_EQ(row_with(report, "0 "), "0 GOP GFX 500 100 500 0 0");
+    EXPECT_EQ(row_with(report, "0 500"), "0 500 -500");
+    EXPECT_EQ(row_with(report, "100%"), "100% 0% 0%");
+}
+
+TEST(total_layout, a_bar_far_beyond_the_page_is_cut_with_it) {
+    rig r(chip_of(1));
+    r.loaded().run({at_larb(0, 3, {.read = 2000, .efficiency = 1})});
+    const std::string report = r.read("bw_total");
+    EXPECT_EQ(report.size(), 4095u);
+    EXPECT_EQ(report.substr(4000), std::string(95, ' '));
+}
+
+// Processing option 1: GOP, behind a larb, has no row and no weight in SUM's shares, but it is
+// measured, added up and has a bar.
+TEST(total_layout, option_1_leaves_larb_modules_out_of_the_tables) {
+    rig r(port_chip());
+    r.loaded();
+    r.run({at_larb(0, 3, {.read = 640, .efficiency = 50, .ultra = 100}),
+           at_common(0, 3, {.write = 640, .efficiency = 50})});
+    const auto shows_gop = [&r] { return r.read("bw_total").find("GOP") != std::string::npos; };
+
+    r.write("bw_total", "0 1 16 1\n");
+    const std::string report = r.read("bw_total");
+    EXPECT_EQ(row_with(report, "0 GOP"), "");
+    EXPECT_EQ(row_with(report, "3 SUM"), "3 SUM ALL 1280 50 2560 0 0");
+    EXPECT_TRUE(shows_gop());
+    r.write("simple_mon", "1\n");
+    EXPECT_FALSE(shows_gop());
+    r.write("bw_total", "0 1 16 2\n");
+    EXPECT_TRUE(shows_gop());
+}
+
+TEST(total_layout, without_sum_and_reference_entries_no_other_module_stands_in) {
+    rig r(port_chip()
+              .with_property("/ref", "module-name", std::string("REF_EMX", 8))
+              .with_property("/sum", "module-name", std::string("SUN", 4)));
+    r.loaded();
+    r.run({at_larb(0, 3, {.read = 640, .efficiency = 50}),
+           at_common(0, 3, {.write = 640, .efficiency = 50})});
+
+    const std::string report = r.read("bw_total");
+    EXPECT_EQ(row_with(report, "0 "), "0 GOP GFX 640 50 1280 0 0");
+    EXPECT_EQ(row_with(report, "3 "), "3 SUN ALL 0 0 0 0 0");
+    EXPECT_EQ(row_with(report, "12800 "), "12800 2560 10240");
+}
+
+TEST(total_layout, a_common_beyond_the_monitors_shows_data_but_no_bus_bandwidth) {
+    rig r(port_chip({"3"}, "8"));
+    r.loaded();
+    r.run({at_common(8, 1, {.write = 500, .efficiency = 50})});
+    EXPECT_EQ(row_with(r.read("bw_total"), "1 TSP"), "1 TSP TS 500 0 0 0 0");
+}
+
+// Title, header and ports of a larb, then back up for its right neighbour.
+TEST(larb_layout, larbs_stand_in_pairs_however_long_they_are) {
+    const std::pair<lines, std::string> layouts[] = {
+        {{"0"}, "nnn n"},
+        {{"0 1", "4 5"}, "nnnn uuuu rnrnrnrn n"},
+        {{"0 1", "0 1 2 3 4", "31"}, "nnnn nnn uuuuuuu rnrnrnrnrnrnrn n nnn n"},
+        {{"0 1 2", "7"}, "nnnnn uuuuu rnrnrn dd rn"},
+        {{"0", "1", "2", "3 4"}, "nnn uuu rnrnrn n nnn n uuuu rnrnrnrn n"}};
+
+    for (const auto &[ports, expected] : layouts) {
+        rig r(port_chip(ports));
+        r.loaded();
+        const std::string report = clean_read(r, "bw_larb");
+        std::string wanted = expected + "nnnn";  // and the totals
+        std::erase(wanted, ' ');
+        EXPECT_EQ(moves(report.substr(report.find("SMI_LARB"))), wanted) << expected;
+    }
+}
+
+// The tree leaves larb 0's ports out: larb 1 takes its place, and the place that remains is empty
+// and not even mapped.
+TEST(larb_layout, a_place_without_ports_has_an_empty_block) {
+    rig r(port_chip({"0", "4"}).without_property("/gop/gop_larb0", "port-list"));
+    r.loaded();
+    r.machine().fail_named(host::fault_kind::node, "larb0");
+
+    const std::string report = clean_read(r, "bw_larb");
+    EXPECT_EQ(port_rows(report), (lines{"Module : GOP", "SMI_LARB 1", "4 0 0 0 0 0 0 0 0 0 0",
+                                        "SMI_LARB 0", "0 0 0"}));
+    EXPECT_EQ(moves(report.substr(report.find("SMI_LARB"))), "nnnuuurnrndrnnnnn");
+    EXPECT_EQ(r.log(), lines{});
+    r.machine().clear_faults();
+}
+
+// A time of 0 has no rate, a clock of 0 no period; 5 s of 2000 MB/s are 10^10 bytes, of which
+// 1,410,065,408 remain in 32 bits.
+TEST(port_limits, time_and_clock_of_0_and_long_times_do_what_the_arithmetic_says) {
+    rig r(port_chip().with_u32("/dram_config", "smi_clock", 0));
+    r.loaded();
+    r.run({at_larb(0, 3, {.read = 2000, .efficiency = 50}),
+           at_common(1, 1, {.read = 2000, .efficiency = 50})});
+    const auto larb_after = [&r](const std::string &time) {
+        r.write("bw_larb", "0 " + time);
+        return row_with(clean_read(r, "bw_larb"), "3 ");
+    };
+    const auto common_after = [&r](const std::string &time) {
+        r.write("bw_scomm", time);
+        const std::string report = clean_read(r, "bw_scomm");
+        return row_with(report.substr(std::min(report.find("COMMON 1"), report.size())), "In 1");
+    };
+
+    EXPECT_EQ(larb_after("0"), "3 0 0 0 0 0 0 0 0 0 0");
+    EXPECT_EQ(larb_after("16"), "3 0 0 0 2000 0 0 7 50 0 0");
+    EXPECT_EQ(larb_after("5000"), "3 0 0 0 282 0 0 7 50 0 0");
+    EXPECT_EQ(common_after("0"), "");
+    EXPECT_EQ(r.read("bw_scomm"), "Starting Monitor......\033[K\n\033[K\n");
+    EXPECT_EQ(common_after("16"), "In 1 2000 0 0 0 7 50 0 0");
+    EXPECT_EQ(common_after("5000"), "In 1 282 0 0 0 7 50 0 0");
+    r.write("bw_total", "0 1 0 0\n");
+    EXPECT_EQ(row_with(r.read("bw_total"), "3 SUM"), "3 SUM ALL 0 0 0 0 0");
+}
+
+// Each port reads and writes 0x0fffffff units of 16 bytes in 1 ms, 4,294,967 MB/s, at 1 %:
+// 429,496,700 on the bus. Twelve of these are 5,153,960,400, in 32 bits 858,993,104. With ten of
+// them and twice 148 MB/s at 100 %, the lower 32 bits are 0.
+TEST(port_limits, sums_have_64_bits_and_the_efficiency_divides_by_32_of_them) {
+    const auto totals_of = [](const lines &ports) {
+        rig r(port_chip(ports));
+        r.loaded();
+        for (const auto &[place, value] : {std::pair{"larb0+0x418", 0x0fffffffu},
+                                           {"larb1+0x418", 9250u},
+                                           {"smi_common0+0x220", 4u},
+                                           {"effi_monitor0+0x34", 1u},
+                                           {"effi_monitor0+0x2c", 1u},
+                                           {"effi_monitor1+0x34", 1u},
+                                           {"effi_monitor1+0x2c", 100u}}) {
+            r.pin(place, value);
+        }
+        r.write("bw_larb", "0 1\n");
+        return port_rows(clean_read(r, "bw_larb")).back();
+    };
+
+    EXPECT_EQ(totals_of({"0 1 2 3 4 5"}), "51539604 6 5153960400");
+    EXPECT_EQ(totals_of({"0 1 2 3 4", "0"}), "42949966 0 4294967296");
+}
+
+// The monitor takes any number; the settings of a port end with their registers.
+TEST(port_limits, ports_beyond_the_last_one_have_the_settings_that_have_a_register) {
+    rig r(port_chip({"3 33 128"}));
+    r.loaded();
+    r.pin("larb0+0x284", 0x1ab);
+    r.pin("larb0+0x078", ~0u);
+    r.pin("larb0+0x07c", ~0u);
+    const std::string report = clean_read(r, "bw_larb");
+
+    EXPECT_EQ(row_with(report, "3 "), "3 0 1 1 0 0 0 0 0 0 0");
+    EXPECT_EQ(row_with(report, "33 "), "33 ab 0 0 0 0 0 0 0 0 0");
+    EXPECT_EQ(row_with(report, "128 "), "128 0 0 0 0 0 0 0 0 0 0");
+}
+
+// Only outputs make a block: SMI common 0's are pinned idle, and common 1 reads a trickle that a
+// counter shows in 2 ms but not in 1.
+TEST(common_layout, idle_outputs_leave_a_common_out) {
+    rig r(port_chip());
+    r.loaded();
+    r.run({at_larb(0, 3, {.read = 100}), at_common(1, 1, {.read = 1})});
+    const auto blocks_after = [&r](const char *time) {
+        r.write("bw_scomm", time);
+        lines rows = port_rows(clean_read(r, "bw_scomm"));
+        std::erase_if(rows, [](const std::string &row) { return row[0] != 'S'; });
+        return rows;
+    };
+
+    EXPECT_EQ(blocks_after("1\n"), lines{"SMI_COMMON 0"});
+    EXPECT_EQ(blocks_after("2\n"), (lines{"SMI_COMMON 0", "SMI_COMMON 1"}));
+    r.pin("smi_common0+0x1cc", 0);
+    EXPECT_EQ(blocks_after("2\n"), lines{"SMI_COMMON 1"});
+}
+
+// SMI common 1 has number 63 or 64 where that is said.
+TEST(common_layout, takes_the_available_commons_and_misses_the_rest_once) {
+    struct outcome {
+        std::uint32_t count;
+        const char *second;
+        std::pair<const char *, std::string> variation;  // of SMI common 0
+        lines blocks;
+        bool missed;
+    };
+    const std::pair<const char *, std::string> none = {"unused", ""};
+    const std::pair<const char *, std::string> disabled = {"status", std::string("disabled", 9)};
+    const std::pair<const char *, std::string> no_outputs = {"output-port-nr", std::string(4, 0)};
+    const outcome outcomes[] = {{0, "1", none, {}, false},
+                                {1, "1", none, {"SMI_COMMON 0"}, false},
+                                {2, "1", none, {"SMI_COMMON 0", "SMI_COMMON 1"}, false},
+                                {9, "1", none, {"SMI_COMMON 0", "SMI_COMMON 1"}, true},
+                                {1, "1", disabled, {"SMI_COMMON 1"}, false},
+                                {2, "1", disabled, {"SMI_COMMON 1"}, true},
+                                {2, "1", no_outputs, {"SMI_COMMON 1"}, false},
+                                {2, "63", none, {"SMI_COMMON 0", "SMI_COMMON 63"}, false},
+                                {2, "64", none, {"SMI_COMMON 0"}, true}};
+
+    for (const outcome &each : outcomes) {
+        SCOPED_TRACE(std::to_string(each.count) + " with " + each.second + each.variation.first);
+        rig r(port_chip({"3"}, each.second)
+                  .with_u32("/emi_arch", "smi_common_cnt", each.count)
+                  .with_property(path_of_common0, each.variation.first, each.variation.second));
+        r.loaded();
+        r.run({at_common(0, 3, {.read = 100}),
+               at_common(static_cast<std::uint32_t>(std::stoul(each.second)), 1, {.read = 100})});
+        lines blocks = port_rows(clean_read(r, "bw_scomm"));
+        std::erase_if(blocks, [](const std::string &row) { return row[0] != 'S'; });
+        EXPECT_EQ(blocks, each.blocks);
+        EXPECT_EQ(r.log(),
+                  lines(each.missed ? 1 : 0, "<3>[OVK_BW]Can't find SMI COMMON device base!!"));
+    }
+}
+
+// Requests of ports from 8 on have no latency sum of their own.
+TEST(emi_layout, every_number_of_ports_has_its_rows_and_runs) {
+    for (const auto &[ports, last] : {std::pair{1u, "0 100 70 1 142 200"},
+                                      {6u, "5 100 70 1 142 200"},
+                                      {7u, "6 100 70 1 142 200"},
+                                      {24u, "23 100 70 1 142 0"}}) {
+        SCOPED_TRACE(std::to_string(ports) + " ports");
+        rig r(port_chip().with_u32("/emi_arch", "emi_port_cnt", ports));
+        r.loaded().run({at_emi(ports - 1, {.read = 80, .write = 20})});
+        const lines rows = port_rows(clean_read(r, "bw_emi"));
+        ASSERT_EQ(rows.size(), ports + 2);
+        EXPECT_EQ(rows[ports], last);
+        EXPECT_EQ(rows[ports + 1], "ALL 100 70 - 142 -");
+        EXPECT_EQ(wait_of(r, "bw_emi"), (ports + 5) / 6 * 16'000);
+    }
+}
+
+// 10 s are 3,705,032,704 cycles in 32 bits or 4.63 s, in which 4000 MB/s on two channels are
+// 9,262,581,760 bytes on each, of which 672,647,168 remain in 32 bits.
+TEST(emi_limits, run_lengths_and_counts_keep_32_bits) {
+    rig r(port_chip());
+    r.loaded();
+    r.run({at_emi(3, {.read = 4000, .latency = 100})});
+
+    r.write("bw_emi", "10000\n");
+    EXPECT_EQ(row_with(clean_read(r, "bw_emi"), "3 "), "3 134 70 1 191 100");
+    EXPECT_EQ(r.machine().waited_us(), 2 * 4'631'291u);
+}
+
+TEST(emi_limits, without_a_clock_or_requests_there_is_no_latency) {
+    for (const auto &[clock, latency] : {std::pair{0u, "0"}, {432u, "231"}, {800u, "125"}}) {
+        rig r(port_chip().with_u32("/dram_config", "emi_clock", clock));
+        r.loaded();
+        for (const std::string channel : {"emi_cen0", "emi_cen1"}) {
+            r.pin(channel + "+0x508", 1000);
+            r.pin(channel + "+0x548", 10);
+            r.pin(channel + "+0x510", 1000);
+            r.pin(channel + "+0x550", 0);
+        }
+        const std::string report = clean_read(r, "bw_emi");
+        EXPECT_EQ(row_with(report, "1 "), std::string("1 0 70 1 0 ") + latency) << clock;
+        EXPECT_EQ(row_with(report, "2 "), "2 0 70 1 0 0") << clock;
+    }
+}
+
+// The chip has three channels, so whoever counts on one of them sees a third; 640 MB/s are spread
+// as 214, 213 and 213. No channel and more than three are left alone.
+TEST(emi_limits, channel_counts_from_none_to_five) {
+    struct outcome {
+        std::uint32_t channels;
+        long code;
+        const char *port;
+        const char *usage;
+        const char *cpu;
+    };
+    const outcome outcomes[] = {{0, 0, "0 0 70 1 0 0", "0%\n", "0 64 0 0 0"},
+                                {1, 0, "0 214 70 1 305 200", "0%\n", "214 64 334 0 0"},
+                                {2, 0, "0 427 70 1 610 200", "1%\n", "427 64 667 0 0"},
+                                {3, 0, "0 640 70 1 914 200", "2%\n", "640 64 1000 0 0"},
+                                {4, -1, "", "", "0 64 0 0 0"},
+                                {5, -1, "", "", "0 64 0 0 0"}};
+
+    for (const outcome &each : outcomes) {
+        SCOPED_TRACE(std::to_string(each.channels) + " channels");
+        rig r(sim::chip_tree("zt440").with_u32("/emi_arch", "emi_cnt", each.channels));
+        r.loaded();
+        r.run({at_emi(0, {.read = 640})});
+        r.machine().set_tracing(true);
+        EXPECT_EQ(row_with(clean_read(r, "bw_emi", each.code), "0 "), each.port);
+        EXPECT_EQ(clean_read(r, "bw_bus", each.code), each.usage);
+        EXPECT_EQ(row_with(r.read("bw_total"), "0 CPU"), std::string("0 CPU CPU ") + each.cpu);
+        EXPECT_EQ(r.log(), lines{});
+        const lines trace = r.trace();
+        EXPECT_EQ(std::count(trace.begin(), trace.end(), "W32 emi_cen0+0x400 0x00000000") != 0,
+                  each.channels >= 1 && each.channels <= 3);
+    }
+}
+
+// Of 12,800 MB/s; at 70 % every 7 MB/s cost 10.
+TEST(emi_limits, usage_of_the_bus_is_a_whole_percentage_up_to_100_and_0_of_nothing) {
+    struct bus {
+        std::pair<const char *, const char *> emptied;  // setting that is 0
+        std::uint32_t rate;
+        const char *usage;
+    };
+    const std::pair none = {"/emi_arch", "unused"};
+
+    for (const bus &each :
+         {bus{none, 0, "0%\n"}, bus{none, 89, "0%\n"}, bus{none, 90, "1%\n"},
+          bus{none, 5108, "57%\n"}, bus{none, 8960, "100%\n"}, bus{none, 20'000, "100%\n"},
+          bus{{"/dram_config", "dram_clock"}, 100, "0%\n"},
+          bus{{"/emi_arch", "emi_port_cnt"}, 0, "0%\n"}}) {
+        rig r(port_chip().with_u32(each.emptied.first, each.emptied.second, 0));
+        r.loaded().run({at_common(0, 3, {.read = each.rate})});
+        EXPECT_EQ(clean_read(r, "bw_bus"), each.usage) << each.rate;
+    }
+}
+
+// 300 and 200 MB/s at 80 % are 375 and 250 on the bus; 256 and 512 of 1024 requests are 25 and 50
+// %. bw_scomm sees both directions at once.
+TEST(debug_log, follows_every_measured_direction_of_a_port) {
+    const std::string shares[] = {
+        "<1>[OVK-BW] cnt_ultra: 256, cnt_pultra: 512 CMD_NUM: 1024\033[K",
+        "<1>[OVK-BW] r_ultra: 25, r_pultra: 50, burst: 9\033[K",
+    };
+    rig r(port_chip());
+    r.loaded();
+    r.run({at_larb(
+        0, 3,
+        {.read = 300, .write = 200, .efficiency = 80, .ultra = 25, .preultra = 50, .burst = 9})});
+    r.write("debug_log_on", "4294967295\n");
+
+    clean_read(r, "bw_larb");
+    EXPECT_EQ(r.log(),
+              (lines{"<1>[OVK-BW] SMI Larb: 0 port: 3 type: R\033[K",
+                     "<1>[OVK-BW] r_bw: 300, effi: 80, \\c", shares[0], shares[1],
+                     "<1>[OVK-BW] larb_data_bw: 300, larb_bus_bw: 375 \033[K", "<1>\033[K",
+                     "<1>[OVK-BW] SMI Larb: 0 port: 3 type: W\033[K",
+                     "<1>[OVK-BW] w_bw: 200, effi: 80, \\c", shares[0], shares[1],
+                     "<1>[OVK-BW] larb_data_bw: 500, larb_bus_bw: 625 \033[K", "<1>\033[K"}));
+    clean_read(r, "bw_scomm");
+    EXPECT_EQ(r.log(),
+              (lines{"<1>[OVK-BW] SMI Common: 0 port: 0\033[K",
+                     "<1>[OVK-BW] r_bw: 300, w_bw: 200, effi: 80, \\c", shares[0], shares[1]}));
+}
+
+}  // namespace tests
