@@ -87,29 +87,24 @@ bool attribute::is_complete(const std::string &report) const {
            });
 }
 
-std::string name_and_mode(const std::string &name, unsigned mode) {
-    std::array<char, 8> digits{};
+template <class A>
+static std::string listed(const A &attributes) {
+    std::string text;
 
-    std::snprintf(digits.data(), digits.size(), "%04o", mode);
-    return name + " " + digits.data() + "\n";
+    for (const auto &each : attributes) {
+        std::array<char, 8> digits{};
+        std::snprintf(digits.data(), digits.size(), "%04o", each.mode);
+        text += std::string(each.name) + " " + digits.data() + "\n";
+    }
+    return text;
 }
 
 std::string names_and_modes() {
-    std::string text;
-
-    for (const attribute &each : attribute_list()) {
-        text += name_and_mode(each.name, each.mode);
-    }
-    return text;
+    return listed(attribute_list());
 }
 
 std::string names_and_modes(const host::machine &machine) {
-    std::string text;
-
-    for (const host::attribute_info &each : machine.attributes()) {
-        text += name_and_mode(each.name, each.mode);
-    }
-    return text;
+    return listed(machine.attributes());
 }
 
 }  // namespace tests

@@ -45,7 +45,4 @@ const std::vector<attribute> &attribute_list();
 std::string names_and_modes();
 std::string names_and_modes(const host::machine &machine);
 
-// For instance "bw_total 0644\n".
-std::string name_and_mode(const std::string &name, unsigned mode);
-
 }  // namespace tests
