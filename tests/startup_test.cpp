@@ -145,7 +145,7 @@ flat_tree list_of(const std::string &modules, int count) {
 TEST(startup, logs_every_step_and_publishes_all_attributes_in_order_again_and_again) {
     rig r("zt420");
 
-    for (int turn = 0; turn < 20; turn++) {
+    for (int turn = 0; turn < 20 && !HasFailure(); turn++) {
         expect_clean_load(r);
         EXPECT_EQ(r.machine().unload(), 0);
         EXPECT_EQ(r.log(), lines(4, "<6>[OVK_BW] OVK EFFI Remove"));
