@@ -80,7 +80,7 @@ void expect_failure(flat_tree tree, const lines &log) {
 
 void expect_clean_load(rig &r) {
     EXPECT_EQ(load(r), whole_load);
-    EXPECT_EQ(names_and_modes(r.machine()), names_and_modes());
+    EXPECT_EQ(names_and_modes(r.machine().attributes()), names_and_modes(attribute_list()));
 }
 
 // A property, or a node, that loading needs.
