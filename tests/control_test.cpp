@@ -22,83 +22,77 @@ lines writes_of(rig &r, const std::string &attribute, const std::string &text) {
 
 }  // namespace
 
-TEST(reg_op, reads_the_register_33_times_for_a_report) {
+// "\c" is a line that the message leaves open.
+TEST(reg_op, leaves_lines_open_and_reads_the_register_33_times_for_a_report) {
     rig r("zt410");
     r.loaded();
+    for (const char *text :
+         {"0x1c000010 12abc\n", "0x1c000010 5 \n", "0x1c000010\n", "1c000010\n", "x\n",
+          "0x1c000010 3 1\n", "0x1c000010 32 1\n", "0x1c000010 31 2\n", "0x1bfffffc\n"}) {
+        r.write("reg_op", text);
+    }
+    EXPECT_EQ(r.log(),
+              (lines{"<6>[OVK_BW]register = 0x1c000010\\c", "<6>[OVK_BW]value = 12abc\\c",
+                     "<6>[OVK_BW]register = 0x1c000010\\c", "<6>[OVK_BW]value = 5\\c",
+                     "<6>[OVK_BW]register = 0x1c000010\\c", "<3>[OVK_BW]Wrong Argument!!\\c",
+                     "<3>[OVK_BW]Wrong Argument!!", "<6>reg = 0x1c000010, BIT(3) = 1\\c",
+                     "<3>[OVK_BW]Wong bit", "<3>[OVK_BW]Wrong bit value", "<3>[OVK_BW]Wrong REG"}));
+
     r.write("reg_op", "0x1c000010\n");
     r.machine().set_tracing(true);
     r.read("reg_op");
-
-    EXPECT_EQ(r.trace(), lines(33, "R32 0x1c000010+0x000 0x00000000"));
-}
-
-// "\c" is a line that the message leaves open.
-TEST(reg_op, leaves_the_lines_of_some_messages_open) {
-    rig r("zt410");
-    r.loaded();
-    const std::pair<const char *, lines> messages[] = {
-        {"0x1c000010 5\n", {"<6>[OVK_BW]register = 0x1c000010\\c", "<6>[OVK_BW]value = 5\\c"}},
-        {"0x1c000010 12abc\n",
-         {"<6>[OVK_BW]register = 0x1c000010\\c", "<6>[OVK_BW]value = 12abc\\c"}},
-        {"0x1c000010\n", {"<6>[OVK_BW]register = 0x1c000010\\c"}},
-        {"1c000010\n", {"<3>[OVK_BW]Wrong Argument!!\\c"}},
-        {"0x1c000010 3 1\n", {"<6>reg = 0x1c000010, BIT(3) = 1\\c"}},
-        {"0x1c000010 32 1\n", {"<3>[OVK_BW]Wong bit"}},
-        {"0x1c000010 31 2\n", {"<3>[OVK_BW]Wrong bit value"}},
-        {"0x1bfffffc\n", {"<3>[OVK_BW]Wrong REG"}},
-        {"0x1c000010 5 \n", {"<6>[OVK_BW]register = 0x1c000010\\c", "<6>[OVK_BW]value = 5\\c"}},
-        {"x\n", {"<3>[OVK_BW]Wrong Argument!!"}}};
-
-    for (const auto &[text, log] : messages) {
-        r.write("reg_op", text);
-        EXPECT_EQ(r.log(), log) << text;
-    }
-    EXPECT_EQ(r.peek("0x1c000010"), 5u);
+    EXPECT_EQ(r.trace(), lines(33, "R32 0x1c000010+0x000 0x0000000d"));
 }
 
 // 4 GiB are 0x10000000 units of 16 bytes.
-TEST(traffic_generator, is_programmed_and_started_by_type_up_to_4_GiB) {
+TEST(traffic_generator, is_started_by_type_with_up_to_4_GiB) {
     rig r("zt410");
     r.loaded();
-    const std::string engine = "W32 miu2gmc1+0x0";
-    const auto expected = [&engine](const std::string &length_high, const std::string &first,
-                                    const std::string &second) {
-        lines writes;
-        for (const std::string &each :
-             {std::string("00 0x00000000"), std::string("18 0x00000000"),
-              std::string("0c 0x00000000"), "10 " + length_high, std::string("14 0x00005a5a"),
-              std::string("04 0x00000000"), std::string("08 0x00000800"), "00 " + first,
-              "00 " + second, std::string("00 0x00000000")}) {
-            writes.push_back(engine + each);
-        }
-        return writes;
-    };
+    const struct {
+        const char *request;
+        const char *high_of_length;
+        const char *command;
+    } cases[] = {{"1 80000000 100000 0 5a5a\n", "0x00000001", "0x0000010"},
+                 {"1 80000000 100000000 1 5a5a\n", "0x00001000", "0x0000020"},
+                 {"1 80000000 100000 2 5a5a\n", "0x00000001", "0x0000000"}};
 
-    EXPECT_EQ(writes_of(r, "fake_engine", "1 80000000 100000 0 5a5a\n"),
-              expected("0x00000001", "0x00000108", "0x00000109"));
-    EXPECT_EQ(writes_of(r, "fake_engine", "1 80000000 100000000 1 5a5a\n"),
-              expected("0x00001000", "0x00000208", "0x00000209"));
-    EXPECT_EQ(writes_of(r, "fake_engine", "1 80000000 100000 2 5a5a\n"),
-              expected("0x00000001", "0x00000008", "0x00000009"));
+    for (const auto &[request, high_of_length, command] : cases) {
+        const lines writes = writes_of(r, "fake_engine", request);
+        const std::string engine = "W32 miu2gmc1+0x0";
+        ASSERT_EQ(writes.size(), 10u) << request;
+        EXPECT_EQ(writes[3], engine + "10 " + high_of_length) << request;
+        EXPECT_EQ(writes[7], engine + "00 " + command + "8") << request;
+        EXPECT_EQ(writes[8], engine + "00 " + command + "9") << request;
+    }
 }
 
-// The first multiple of 499 us at or above ten seconds and one for every 32 MiB in a direction.
-TEST(traffic_generator, gives_up_a_loop_whose_pass_does_not_end_in_the_time_of_its_size) {
-    for (const auto &[request, polls] : {std::pair{"1000 0 0", 20'041u},
-                                         {"1ffffff 1 0", 20'041u},
-                                         {"2000000 1 0", 22'045u},
-                                         {"2000000 2 0", 24'049u}}) {
+// The first multiple of 499 us at or above ten seconds and one for every 32 MiB in a direction; or
+// a fatal signal, which comes with the fifth poll.
+TEST(traffic_generator, gives_up_a_pass_that_does_not_end_in_the_time_of_its_size_and_when_killed) {
+    const struct {
+        const char *request;
+        std::uint64_t killed_at;  // 0: it is not
+        std::uint64_t polls;
+        const char *message;
+    } cases[] = {{"1000 0 0\n", 0, 20'041, "<3>[OVK_BW]MIU2GMC_DRV [0] time out"},
+                 {"1ffffff 1 0\n", 0, 20'041, "<3>[OVK_BW]MIU2GMC_DRV [0] time out"},
+                 {"2000000 1 0\n", 0, 22'045, "<3>[OVK_BW]MIU2GMC_DRV [0] time out"},
+                 {"2000000 2 0\n", 0, 24'049, "<3>[OVK_BW]MIU2GMC_DRV [0] time out"},
+                 {"1000 0 0\n", 5, 5, "<6>id = 0, start = 0, size = 1000, type = 0, pattern = 0"}};
+
+    for (const auto &[request, killed_at, polls, message] : cases) {
         rig r("zt410");
         r.loaded();
         ASSERT_TRUE(r.chip().hang("miu2gmc0"));
         r.write("fake_eng_loop", "0 1\n");
         r.log();
-        r.write("fake_engine", std::string("0 0 ") + request + "\n");
+        r.machine().fail_nth(host::fault_kind::wait, killed_at);
+        r.write("fake_engine", std::string("0 0 ") + request);
 
-        EXPECT_EQ(r.machine().waited_us(), std::uint64_t{polls} * 499) << request;
-        EXPECT_EQ(r.log().back(), "<3>[OVK_BW]MIU2GMC_DRV [0] time out");
+        EXPECT_EQ(r.machine().waited_us(), polls * 499) << request;
+        EXPECT_EQ(r.log().back(), message) << request;
         EXPECT_TRUE(r.read("fake_engine").starts_with("Fake engine 0: \033[31mFAIL\033[0m\n"));
-        EXPECT_EQ(r.peek("miu2gmc0+0x000"), 0u);
+        EXPECT_EQ(r.peek("miu2gmc0+0x000"), 0u) << request;
     }
 }
 
