@@ -161,4 +161,56 @@ TEST(fifo, banks_are_announced_at_start_up) {
                      "<3>[OVK_BW] riu base: 1008", "<3>[OVK_BW] cpu base: 1c201000"}));
 }
 
+// It is not said which blocks they would be.
+TEST(traffic_generator, has_no_engines_on_a_node_of_another_name) {
+    rig r(sim::chip_tree("zt410")
+              .without_property(bist, "device_type")
+              .with_property("/bw_modules/bw_evd", "module-name", std::string("BIST", 5))
+              .with_u32("/bw_modules/bw_evd", "alignment", 4));
+
+    EXPECT_EQ(r.loaded().read("fake_engine"), "");
+}
+
+TEST(traffic_generator, is_left_alone_at_unloading_where_loops_are_the_writer_s) {
+    rig r("zt410");
+    r.loaded();
+    r.write("fake_eng_loop", "1 1\n");
+    r.machine().set_tracing(true);
+    r.machine().unload();
+
+    EXPECT_EQ(r.trace(), lines{});
+}
+
+// After the lock and the larb's window come the polls of a monitor that is never done.
+TEST(killed_reader, ends_between_polls_of_a_monitor_and_says_nothing_of_it) {
+    rig r("zt430");
+    r.loaded();
+    r.chip().set_scenario(sim::find_scenario("zt430", "playback"));
+    r.write("debug_log_on", "1\n");
+    for (const auto &node : r.machine().tree().nodes()) {
+        if (node->name.starts_with("effi_monitor")) {
+            ASSERT_TRUE(r.chip().hang(node->name));
+        }
+    }
+    for (const std::uint64_t wait : {2u, 5u}) {
+        const std::uint64_t before = r.machine().requests(host::fault_kind::wait);
+        r.machine().fail_nth(host::fault_kind::wait, wait);
+        EXPECT_EQ(r.read_code("bw_larb"), -4);
+        EXPECT_EQ(r.machine().requests(host::fault_kind::wait) - before, wait);
+        EXPECT_EQ(r.log(), lines{}) << wait;
+    }
+}
+
+// The two locks, and a turn of the wait for the first group of ports.
+TEST(killed_reader, starts_no_further_group_of_EMI_ports) {
+    rig r("zt410");
+    r.loaded();
+    r.machine().set_tracing(true);
+    r.machine().fail_nth(host::fault_kind::wait, 3);
+    EXPECT_EQ(r.read_code("bw_emi"), -4);
+    const lines accesses = r.trace();
+
+    EXPECT_EQ(std::count(accesses.begin(), accesses.end(), "W32 emi_cen0+0x400 0x00000001"), 1);
+}
+
 }  // namespace tests
