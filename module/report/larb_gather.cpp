@@ -66,7 +66,7 @@ static void gather_direction(const larb_run &run, bool read) {
                               read ? larb_mode_read : larb_mode_write, run.time);
         const u64 bandwidth = larb_monitor_bandwidth(run.window, run.time);
         (read ? run.stat.ports[i].r_bw : run.stat.ports[i].w_bw) = bandwidth;
-        if (bandwidth != 0 && !is_killed()) {
+        if (bandwidth != 0) {
             gather_efficiency(run, i, read, bandwidth);
         }
     }
