@@ -16,9 +16,9 @@ struct operation {
     std::string describe() const;
 };
 
-// Every one of the attributes takes part. Before a report that measures is read, the time that it
-// takes is set to one that a test can wait for. Throws for an attribute that it does not know.
-std::vector<operation> generate_session(const std::vector<std::string> &attributes,
-                                        std::uint32_t modules, unsigned seed);
+// Variations of what the console's sessions and the attributes' list write to each of these, with
+// reads in between. Before one that measures, its time is set to one that a test can wait for.
+// Throws for an attribute that is not in the list.
+std::vector<operation> generate_session(const std::vector<std::string> &attributes, unsigned seed);
 
 }  // namespace lab
