@@ -345,7 +345,7 @@ TEST(port_limits, sums_have_64_bits_and_the_efficiency_divides_by_32_of_them) {
 
 // The monitor takes any number; the settings of a port end with their registers.
 TEST(port_limits, ports_beyond_the_last_one_have_the_settings_that_have_a_register) {
-    rig r(port_chip({"3 33 128"}));
+    rig r(port_chip({"3 32 33 128"}));
     r.loaded();
     r.pin("larb0+0x284", 0x1ab);
     r.pin("larb0+0x078", ~0u);
@@ -353,6 +353,7 @@ TEST(port_limits, ports_beyond_the_last_one_have_the_settings_that_have_a_regist
     const std::string report = clean_read(r, "bw_larb");
 
     EXPECT_EQ(row_with(report, "3 "), "3 0 1 1 0 0 0 0 0 0 0");
+    EXPECT_EQ(row_with(report, "32 "), "32 0 0 0 0 0 0 0 0 0 0");
     EXPECT_EQ(row_with(report, "33 "), "33 ab 0 0 0 0 0 0 0 0 0");
     EXPECT_EQ(row_with(report, "128 "), "128 0 0 0 0 0 0 0 0 0 0");
 }
