@@ -135,8 +135,10 @@ TEST_F(soc_chip, refuses_sources_and_registers_that_it_lacks) {
           source{source_kind::common_input, 0, 6, {}}, source{source_kind::emi_port, 0, 12, {}}}) {
         EXPECT_THROW(run({missing}), std::runtime_error) << missing.block << ":" << missing.port;
     }
-    for (const char *node : {"larb1", "nothing"}) {
-        EXPECT_THROW(r->chip().set_scenario({"", {}, {{node, 0x600, 1}}}), std::runtime_error);
+    for (const auto &[node, offset] :
+         {std::pair("larb1", 0x600u), {"smi_common2", 0x1000}, {"nothing", 0}}) {
+        EXPECT_THROW(r->chip().set_scenario({"", {}, {{node, offset, 1}}}), std::runtime_error)
+            << node;
     }
     EXPECT_EQ(at_larb("larb1", 4), 1130u);
     r->chip().set_scenario({"", {video}, {{"larb1", 0x210, 16}}});
