@@ -4,7 +4,6 @@
 
 #include <random>
 
-#include "tests/chip_view.h"
 #include "tests/oracle.h"
 
 namespace tests {
@@ -17,8 +16,37 @@ class random_traffic {
         return static_cast<std::uint32_t>(engine_() % (max + 1));
     }
 
+    // Many sources or few, and what firmware may have set up for them.
+    soc::scenario scenario(const devicetree::flat_tree &tree) {
+        const std::uint32_t fifths = 1 + up_to(3);
+        soc::scenario traffic;
+
+        for (const auto &[name, sources] : sources_by_module(tree)) {
+            for (soc::source source : sources) {
+                if (up_to(4) < fifths) {
+                    source.traffic = flow();
+                    traffic.sources.push_back(source);
+                }
+            }
+        }
+        for (const auto &node : tree.nodes()) {
+            if (node->name.starts_with("smi_common")) {
+                preset(traffic, *node, {0x220});
+            } else if (node->name.starts_with("larb")) {
+                preset(traffic, *node, {0x78, 0x7c});
+                preset_row(traffic, *node, 0x200, 4, 32);
+            } else if (node->name.starts_with("emi_cen")) {
+                preset(traffic, *node, {0xd0, 0xd4, 0xd8, 0xdc});
+                preset_row(traffic, *node, 0x100, 8,
+                           *tree.by_name("emi_arch")->u32("emi_port_cnt"));
+            }
+        }
+        return traffic;
+    }
+
+  private:
+    // A trickle below the resolution of the counters, or a real stream.
     soc::flow flow() {
-        // Idle, a trickle below the resolution of the counters, or a real stream.
         const std::uint32_t most = up_to(3) == 0 ? 3 : 2500;
         return {.read = up_to(most),
                 .write = up_to(3) == 0 ? 0 : up_to(most),
@@ -29,56 +57,19 @@ class random_traffic {
                 .latency = up_to(1000),
                 .period = up_to(2000)};
     }
-
-    soc::scenario scenario(const devicetree::flat_tree &tree) {
-        soc::scenario traffic;
-        for (const auto &[name, sources] : sources_by_module(tree)) {
-            for (soc::source source : sources) {
-                if (up_to(4) != 0) {
-                    source.traffic = flow();
-                    traffic.sources.push_back(source);
-                }
-            }
+    void preset(soc::scenario &traffic, const devicetree::node &node,
+                const std::vector<std::uint32_t> &offsets) {
+        for (const std::uint32_t offset : offsets) {
+            traffic.presets.push_back({node.name, offset, static_cast<std::uint32_t>(engine_())});
         }
-        for (const auto &node : tree.nodes()) {
-            if (node->name.starts_with("smi_common")) {
-                traffic.presets.push_back(
-                    {node->name, 0x220, static_cast<std::uint32_t>(engine_())});
-            }
-        }
-        return traffic;
     }
-
-    // The limits and priorities that firmware may have set up for every port that is in use.
-    void add_settings(const devicetree::flat_tree &tree, soc::scenario &traffic) {
-        const auto preset = [&](const std::string &node, std::uint32_t offset) {
-            traffic.presets.push_back({node, offset, static_cast<std::uint32_t>(engine_())});
-        };
-        for (const devicetree::node *module : modules_of(tree)) {
-            for (const port_use &use : ports_of(*module)) {
-                if (use.larb) {
-                    preset(number_of("larb", use.block), 0x200 + 4 * use.port);
-                }
-            }
-        }
-        for (const auto &node : tree.nodes()) {
-            if (node->name.starts_with("larb")) {
-                preset(node->name, 0x78);
-                preset(node->name, 0x7c);
-            }
-        }
-        const devicetree::node *emi = tree.by_name("emi_arch");
-        for (std::uint32_t channel = 0; channel < *emi->u32("emi_cnt"); channel++) {
-            for (std::uint32_t port = 0; port < *emi->u32("emi_port_cnt"); port++) {
-                preset(number_of("emi_cen", channel), 0x100 + 8 * port);
-            }
-            for (const std::uint32_t offset : {0xd0, 0xd4, 0xd8, 0xdc}) {
-                preset(number_of("emi_cen", channel), offset);
-            }
+    void preset_row(soc::scenario &traffic, const devicetree::node &node, std::uint32_t first,
+                    std::uint32_t stride, std::uint32_t count) {
+        for (std::uint32_t i = 0; i < count; i++) {
+            preset(traffic, node, {first + stride * i});
         }
     }
 
-  private:
     std::mt19937 engine_;
 };
 

@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include "tests/report_text.h"
+
+namespace tests {
+
+// A port report has these titles and rows, or as many as its page has room for.
+inline void expect_rows(const std::string &report, lines expected) {
+    constexpr std::size_t page_text = 4095;
+    lines rows = port_rows(report);
+
+    if (report.size() >= page_text) {
+        rows.pop_back();
+        ASSERT_GT(expected.size(), rows.size());
+        expected.resize(rows.size());
+    }
+    EXPECT_EQ(rows, expected);
+}
+
+}  // namespace tests
