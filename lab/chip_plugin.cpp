@@ -1,25 +1,24 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// The chip, inside the emulator: the guest's registers are a file that the chip maps as well, and
-// every access that a kernel module makes to them is told to the chip right after it.
+// The chip, inside the emulator: the guest's registers are a file that the chip maps as well.
+// Before an instruction of a kernel module loads or stores, what time has brought about is put
+// there; every access to the registers is told to the chip right after it.
 //
 // Arguments: tree=FILE (of the chip), registers=FILE (64 MiB, the guest's memory from 0x1c000000),
 // complaints=FILE (accesses that the chip does not have, a line each) and optionally
-// scenario=FILE.
-#include <pthread.h>
-
+// scenario=FILE and runs=FILE (of the bandwidth monitors, a line each: block, mode, selection,
+// start and end).
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
-#include <csignal>
 #include <cstdint>
+#include <cstring>
 #include <exception>
 #include <fstream>
 #include <iostream>
+#include <limits>
 #include <map>
 #include <mutex>
 #include <stdexcept>
 #include <string>
-#include <thread>
 
 #include "devicetree/flat_tree.h"
 #include "lab/emulator_api.h"
@@ -33,6 +32,15 @@ using clock_type = std::chrono::steady_clock;
 using arguments = std::map<std::string, std::string>;
 
 constexpr unsigned bits_per_byte = 8;
+constexpr std::uint64_t never = std::numeric_limits<std::uint64_t>::max();
+
+std::ofstream opened(const std::string &file) {
+    std::ofstream stream(file);
+    if (!stream) {
+        throw std::runtime_error(file + ": cannot be written");
+    }
+    return stream;
+}
 
 // The chip in real time. Accesses come from the threads of all processors.
 class attached_chip {
@@ -40,33 +48,43 @@ class attached_chip {
     explicit attached_chip(const arguments &given)
         : registers_(given.at("registers")),
           chip_(devicetree::flat_tree::from_file(given.at("tree")), registers_),
-          complaints_(given.at("complaints")) {
+          complaints_(opened(given.at("complaints"))) {
         const auto scenario = given.find("scenario");
         if (scenario != given.end()) {
             chip_.set_scenario(soc::scenario::from_file(scenario->second));
         }
-        if (!complaints_) {
-            throw std::runtime_error(given.at("complaints") + ": cannot be written");
+        const auto runs = given.find("runs");
+        if (runs != given.end()) {
+            runs_ = opened(runs->second);
         }
-        std::thread([this] { follow_events(); }).detach();
+    }
+
+    // What the chip does by itself has to be in its registers before someone looks: a load yields
+    // what stands there before the chip hears of it.
+    void be_up_to_date() {
+        const std::uint64_t now = now_ns();
+        if (now >= next_event_) {
+            const std::lock_guard guard(lock_);
+            chip_.advance(now);
+            next_event_ = chip_.next_event().value_or(never);
+        }
     }
 
     void accessed(std::uint64_t address, unsigned width, bool is_store) {
-        {
-            const std::lock_guard guard(lock_);
-            chip_.advance(now_ns());
-            if (is_store) {
-                chip_.stored(address, width);
-            } else {
-                chip_.loaded(address, width);
-            }
-            for (const std::string &line : chip_.take_complaints()) {
-                complaints_ << line << std::endl;
-            }
-        }
+        const std::lock_guard guard(lock_);
+        chip_.advance(now_ns());
         if (is_store) {
-            changed_.notify_one();
+            if (const auto run = chip_.stored(address, width)) {
+                runs_ << run->block << ' ' << run->mode << ' ' << run->selection << ' '
+                      << run->start << ' ' << run->end << std::endl;
+            }
+        } else {
+            chip_.loaded(address, width);
         }
+        for (const std::string &line : chip_.take_complaints()) {
+            complaints_ << line << std::endl;
+        }
+        next_event_ = chip_.next_event().value_or(never);
     }
 
   private:
@@ -75,31 +93,13 @@ class attached_chip {
             std::chrono::nanoseconds(clock_type::now() - start_).count());
     }
 
-    // What the chip does by itself is in its registers when it happens, not when someone looks: a
-    // load yields what stood there before the chip hears of it.
-    void follow_events() {
-        sigset_t all;
-        sigfillset(&all);
-        pthread_sigmask(SIG_BLOCK, &all, nullptr);  // the emulator's threads handle them
-
-        std::unique_lock guard(lock_);
-        for (;;) {
-            const auto event = chip_.next_event();
-            if (event) {
-                changed_.wait_until(guard, start_ + std::chrono::nanoseconds(*event));
-            } else {
-                changed_.wait(guard);
-            }
-            chip_.advance(now_ns());
-        }
-    }
-
     const clock_type::time_point start_ = clock_type::now();
     std::mutex lock_;
-    std::condition_variable changed_;
+    std::atomic<std::uint64_t> next_event_ = never;
     soc::register_file registers_;
     soc::chip chip_;
     std::ofstream complaints_;
+    std::ofstream runs_;
 };
 
 attached_chip *attached;  // lives as long as the emulator, whose threads end with the process
@@ -139,13 +139,31 @@ void after_access(unsigned, qemu_plugin_meminfo_t info, std::uint64_t virtual_ad
     }
 }
 
+void before_instruction(unsigned, void *) {
+    attached->be_up_to_date();
+}
+
+// Bits 27 and 25 of an A64 instruction are 1 and 0 in loads and stores alone.
+bool is_load_or_store(const qemu_plugin_insn *instruction) {
+    constexpr std::uint32_t group_bits = 0x0a000000;
+    constexpr std::uint32_t load_or_store = 0x08000000;
+    std::uint32_t code = 0;
+    std::memcpy(&code, qemu_plugin_insn_data(instruction), sizeof code);
+    return (code & group_bits) == load_or_store;
+}
+
 void after_translation(qemu_plugin_id_t, qemu_plugin_tb *block) {
     if (!modules.contains(qemu_plugin_tb_vaddr(block))) {
         return;
     }
     for (std::size_t i = 0; i < qemu_plugin_tb_n_insns(block); ++i) {
-        qemu_plugin_register_vcpu_mem_cb(qemu_plugin_tb_get_insn(block, i), after_access,
-                                         QEMU_PLUGIN_CB_NO_REGS, QEMU_PLUGIN_MEM_RW, nullptr);
+        qemu_plugin_insn *instruction = qemu_plugin_tb_get_insn(block, i);
+        if (is_load_or_store(instruction)) {
+            qemu_plugin_register_vcpu_insn_exec_cb(instruction, before_instruction,
+                                                   QEMU_PLUGIN_CB_NO_REGS, nullptr);
+            qemu_plugin_register_vcpu_mem_cb(instruction, after_access, QEMU_PLUGIN_CB_NO_REGS,
+                                             QEMU_PLUGIN_MEM_RW, nullptr);
+        }
     }
 }
 

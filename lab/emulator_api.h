@@ -21,6 +21,7 @@ enum qemu_plugin_cb_flags { QEMU_PLUGIN_CB_NO_REGS = 0 };
 enum qemu_plugin_mem_rw { QEMU_PLUGIN_MEM_RW = 3 };  // loads and stores
 
 using qemu_plugin_vcpu_tb_trans_cb_t = void (*)(qemu_plugin_id_t id, qemu_plugin_tb *block);
+using qemu_plugin_vcpu_udata_cb_t = void (*)(unsigned processor, void *data);
 using qemu_plugin_vcpu_mem_cb_t = void (*)(unsigned processor, qemu_plugin_meminfo_t info,
                                            std::uint64_t virtual_address, void *data);
 
@@ -29,6 +30,13 @@ void qemu_plugin_register_vcpu_tb_trans_cb(qemu_plugin_id_t id,
 std::size_t qemu_plugin_tb_n_insns(const qemu_plugin_tb *block);
 std::uint64_t qemu_plugin_tb_vaddr(const qemu_plugin_tb *block);
 qemu_plugin_insn *qemu_plugin_tb_get_insn(const qemu_plugin_tb *block, std::size_t index);
+
+const void *qemu_plugin_insn_data(const qemu_plugin_insn *insn);  // its code
+
+// The callback runs right before the instruction, in the processor's thread.
+void qemu_plugin_register_vcpu_insn_exec_cb(qemu_plugin_insn *instruction,
+                                            qemu_plugin_vcpu_udata_cb_t callback,
+                                            qemu_plugin_cb_flags flags, void *data);
 
 // The callback runs right after each access of the instruction, in the processor's thread.
 void qemu_plugin_register_vcpu_mem_cb(qemu_plugin_insn *instruction,

@@ -30,6 +30,7 @@ usage: ./run kernel [OPTIONS] [-c 'COMMANDS' | --script FILE]
   --timeout SECONDS  for COMMANDS, boot included (default 120)
   --log FILE         the kernel's console (default build/kernel-console.log)
   --registers FILE   the chip's registers, 64 MiB from 0x1c000000, to look at or to disturb
+  --runs FILE        a line for every run of a bandwidth monitor, with start and end
 The shell's emulator ends with Ctrl-A X, if the guest does not end by itself.
 Exit status: that of the commands; 1 the module can't be loaded or unloaded, 2 wrong usage, 3 the
 kernel or the chip objected to something, 124 no end within the time, 125 no end at all.
@@ -61,6 +62,7 @@ unloaded=false
 time_limit=120
 log=$build/kernel-console.log
 registers=
+runs=
 
 parse_arguments() {
     while (($# > 0)); do
@@ -80,6 +82,7 @@ parse_arguments() {
         --timeout) time_limit=$2 && shift ;;
         --log) log=$(realpath -m "$2") && shift ;;
         --registers) registers=$(realpath -m "$2") && shift ;;
+        --runs) runs=$(realpath -m "$2") && shift ;;
         *) usage ;;
         esac
         shift
@@ -190,6 +193,7 @@ describe_machine() {
     local plugin=$tools/ovk_chip_plugin.so,tree=$work/chip.dtb,registers=$registers
     plugin+=,complaints=$work/complaints
     [[ -z $scenario ]] || plugin+=,scenario=$scenario
+    [[ -z $runs ]] || plugin+=,runs=$runs
     # shellcheck disable=SC2054
     machine=("${emulator[@]}"
         -kernel "$image" -initrd "$work/root.cpio" -dtb "$work/merged.dtb"

@@ -209,10 +209,10 @@ void chip::set_scenario(const scenario &traffic) {
     state_->show_at_fifos();
 }
 
-void chip::stored(std::uint64_t address, unsigned width) {
+std::optional<run> chip::stored(std::uint64_t address, unsigned width) {
     block *accessed = state_->at(address);
     if (accessed == nullptr) {
-        return;
+        return std::nullopt;
     }
     state_->check(*accessed, address, width, block::operation::store);
     const auto offset = static_cast<std::uint32_t>(address - accessed->window().start);
@@ -223,6 +223,7 @@ void chip::stored(std::uint64_t address, unsigned width) {
         each->stored(offset, width);
     }
     state_->show_at_fifos();
+    return accessed->take_ended_run();
 }
 
 void chip::loaded(std::uint64_t address, unsigned width) {

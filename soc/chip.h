@@ -15,6 +15,7 @@
 
 #include "devicetree/flat_tree.h"
 #include "soc/register_file.h"
+#include "soc/run.h"
 #include "soc/scenario.h"
 
 namespace soc {
@@ -30,8 +31,8 @@ class chip {
     void set_scenario(const scenario &traffic);
 
     // The processor has stored at, or loaded from, this address (width in bits); the register file
-    // already holds a stored value.
-    void stored(std::uint64_t address, unsigned width);
+    // already holds a stored value. A store may end a bandwidth monitor's run, which it returns.
+    std::optional<run> stored(std::uint64_t address, unsigned width);
     void loaded(std::uint64_t address, unsigned width);
 
     // It is now this time, in nanoseconds since power-on.

@@ -7,6 +7,11 @@
 
 namespace tests {
 
+inline void PrintTo(const expected_row &row, std::ostream *out) {
+    *out << row.name << " " << row.data << " " << row.effi << " " << row.bus << " " << row.ultra
+         << " " << row.preultra;
+}
+
 // A port report has these titles and rows, or as many as its page has room for.
 inline void expect_rows(const std::string &report, lines expected) {
     constexpr std::size_t page_text = 4095;

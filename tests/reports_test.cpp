@@ -8,11 +8,6 @@
 
 namespace tests {
 
-static void PrintTo(const expected_row &row, std::ostream *out) {
-    *out << row.name << " " << row.data << " " << row.effi << " " << row.bus << " " << row.ultra
-         << " " << row.preultra;
-}
-
 namespace {
 
 bool has_monitors_at_emi(rig &r) {

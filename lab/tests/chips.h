@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstdint>
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -12,22 +11,13 @@
 
 namespace lab {
 
-struct chip_facts {
-    const char *soc;
-    std::uint32_t dram_clock;  // lowest channel frequency, or the tree's
-    std::vector<std::uint32_t> effi_row;
-};
-
-void PrintTo(const chip_facts &chip, std::ostream *out);
-
-const std::vector<chip_facts> &chips();
-
 // Monitors of the tree: their nodes, in its order.
 std::vector<const devicetree::node *> monitors_of(const devicetree::flat_tree &tree);
 
-// The efficiency configuration that a monitor holds.
+// The efficiency configuration that a monitor holds, and what the host kernel gives all of a chip.
 std::vector<std::uint32_t> row_of(const soc::register_file &registers,
                                   const devicetree::node &monitor);
+std::vector<std::uint32_t> row_on_the_host(const std::string &soc);
 void erase_row(soc::register_file &registers, const devicetree::node &monitor);
 
 // Commands that let every module take part in the total report.

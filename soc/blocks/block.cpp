@@ -101,6 +101,15 @@ void block::clear_registers() {
     }
 }
 
+void block::note_run(bool runs, std::uint32_t mode, std::uint32_t selection) {
+    if (runs && !present_run_) {
+        present_run_ = run{name_, mode, selection, now_, now_};
+    } else if (!runs && present_run_) {
+        present_run_->end = now_;
+        ended_run_ = std::exchange(present_run_, std::nullopt);
+    }
+}
+
 bool block::reaches(std::uint32_t offset, unsigned width, std::uint32_t wanted) {
     return wanted < offset + width / bits_per_byte && offset < wanted + register_bytes;
 }

@@ -9,10 +9,12 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "devicetree/flat_tree.h"
 #include "soc/register_file.h"
+#include "soc/run.h"
 
 namespace soc {
 
@@ -63,6 +65,9 @@ class block {
     // Puts what the block knows into its result registers.
     virtual void publish() = 0;
 
+    // The run of the block's bandwidth monitor that has ended since the last call.
+    std::optional<run> take_ended_run() { return std::exchange(ended_run_, std::nullopt); }
+
     // It is now this time. A time that has passed already changes nothing.
     void advance(nanoseconds now);
 
@@ -83,6 +88,9 @@ class block {
     void write(std::uint32_t offset, std::uint32_t value);
     void clear_registers();
 
+    // The bandwidth monitor runs, with these settings when it has just started, or stands still.
+    void note_run(bool runs, std::uint32_t mode, std::uint32_t selection);
+
     // An access of `width` bits at `offset` reaches the 32-bit register at `wanted`.
     static bool reaches(std::uint32_t offset, unsigned width, std::uint32_t wanted);
 
@@ -94,6 +102,8 @@ class block {
     register_file &registers_;
     std::vector<register_row> rows_;
     nanoseconds now_ = 0;
+    std::optional<run> present_run_;
+    std::optional<run> ended_run_;
 };
 
 }  // namespace soc

@@ -65,6 +65,7 @@ void larb::stored(std::uint32_t offset, unsigned width) {
     running_ = (read(monitor_run) & run_bit) != 0;
     mode_ = read(monitor_mode);
     ports_ = read(monitor_ports);
+    note_run(running_, mode_, ports_);
     if (reaches(offset, width, monitor_clear) && read(monitor_clear) == clear_bit) {
         clear();
     }

@@ -46,6 +46,7 @@ void smi_common::stored(std::uint32_t offset, unsigned width) {
     running_ = (read(monitor_run) & run_bit) != 0;
     watched_ = read(monitor_direction) == write_direction ? direction::write : direction::read;
     selection_ = read(monitor_selection);
+    note_run(running_, read(monitor_direction), selection_);
     if (reaches(offset, width, monitor_clear) && read(monitor_clear) == clear_bit) {
         clear();
     }
