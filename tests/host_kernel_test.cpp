@@ -8,7 +8,7 @@
 #include "platform/host/platform_bus.h"
 #include "platform/host/services.h"
 #include "tests/compiled.h"
-#include "tests/rig.h"
+#include "tests/watched_bus.h"
 
 namespace tests {
 
@@ -101,10 +101,10 @@ TEST_F(host_kernel, rejects_improper_access_to_registers) {
                                 "W64 unit+0x010 0x0000000000000001", "sleep 3 4"}));
     EXPECT_EQ(oopses(), lines{});
 
-    EXPECT_EQ(ovk_kernel_readl_relaxed(window + 0x100), 0xffffffffu);
+    EXPECT_EQ(ovk_kernel_readq_relaxed(window + 0xfc), ~0ull);
     EXPECT_EQ(ovk_kernel_readw_relaxed(window + 1), 0xffffu);
     ovk_kernel_iounmap(window);
-    EXPECT_EQ(oopses(), (lines{"read32 of unit+0x100: outside the window",
+    EXPECT_EQ(oopses(), (lines{"read64 of unit+0x0fc: outside the window",
                                "read16 of unit+0x001: unaligned"}));
     ovk_kernel_writel(1, window);
     ovk_kernel_iounmap(window);
@@ -139,6 +139,24 @@ TEST_F(host_kernel, tracks_memory) {
     ovk_kernel_kfree(block);
     EXPECT_EQ(oopses(),
               lines{"kfree of memory that kmalloc did not hand out or that is free already"});
+}
+
+// Hardware whose event is due already, and stays so.
+class overdue_bus : public watched_bus {
+    using watched_bus::watched_bus;
+    std::optional<std::uint64_t> next_event() const override { return 1500; }
+};
+
+TEST(host_time, passes_in_sleeps_and_in_busy_waits_up_to_an_event_that_is_to_come) {
+    const devicetree::flat_tree tree = compiled(board);
+    overdue_bus bus(tree, 0);
+    host::machine machine(tree, bus, {.module_image = "", .dram_freq = {}});
+    ovk_kernel_usleep_range(700, 900);
+    for (const std::uint64_t now_us : {1500u, 2500u, 3500u}) {
+        ovk_kernel_cond_resched();
+        EXPECT_EQ(ovk_kernel_ktime_get_ns(), now_us * 1000);
+    }
+    EXPECT_EQ(machine.waited_us(), 3500u);
 }
 
 TEST(host_load, and_unload_report_what_they_leave_behind) {
