@@ -12,18 +12,6 @@
 
 namespace tests {
 
-struct chip_facts {
-    const char *soc;
-    std::uint32_t dram_clock;  // lowest channel frequency, or the tree's
-};
-
-inline void PrintTo(const chip_facts &chip, std::ostream *out) {
-    *out << chip.soc;
-}
-
-inline constexpr chip_facts chips[] = {
-    {"zt410", 4266}, {"zt420", 2666}, {"zt430", 3200}, {"zt440", 3200}};
-
 // Rows of the full table of the total report.
 std::vector<expected_row> table_rows(const std::string &report);
 

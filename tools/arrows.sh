@@ -20,13 +20,16 @@ floor_of() { # FILE
 }
 
 status=0
+lines=0
 while IFS=: read -r file included; do
     from=$(floor_of "$file")
     to=$(floor_of "$included")
+    lines=$((lines + 1))
     if ((to > from)) || { ((to == from)) && [ "${file%%/*}" != "${included%%/*}" ]; }; then
         echo "module/$file includes $included, which does not stand below it"
         status=1
     fi
-done < <(grep -rHo '^#include "[^"]*"' --include='*.h' --include='*.cpp' . |
-    sed -e 's#^\./##' -e 's#:.*"\(.*\)"#:\1#' | grep -v ':platform/kernel.h$')
+done < <(grep -rHoE '^[[:space:]]*#[[:space:]]*include[[:space:]]*["<][^">]*' --include='*.h' \
+    --include='*.cpp' . | sed -e 's#^\./##' -e 's#:.*["<]#:#' | grep -vxE '[^:]*:(platform/kernel.h|new)')
+((lines > 0)) || status=1
 exit "$status"

@@ -8,7 +8,8 @@
 #define SHOW_HANDLER(attribute) \
     extern "C" ssize_t attribute##_show([[maybe_unused]] device_driver *driver, char *buf)
 
-// A write: returns the length it was given, also when it refuses the text, which the log then says.
+// A write: returns the length it was given, also when it refuses the text. Only `cpupri` refuses
+// with a negative code, and the EMI limits return one when killed.
 #define STORE_HANDLER(attribute)                                                                  \
     extern "C" ssize_t attribute##_store([[maybe_unused]] device_driver *driver, const char *buf, \
                                          size_t count)

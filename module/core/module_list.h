@@ -47,7 +47,7 @@ struct engine_keeper {
 };
 
 // Fills mlist, and hands the engines on. False: the tree is unusable or memory is short; what was
-// allocated is left to release_module_list.
+// allocated is left to release_module_list and to the keeper.
 bool set_module_list(const engine_keeper &engines);
 
 void release_module_list();

@@ -9,8 +9,7 @@ inline constexpr u32 report_buffer_size = 4096;
 // Appends formatted text to the report of length *counter and advances the length. What does not
 // fit any more is cut at the last character that does (a report has 4095 at most); that is no
 // error. Returns the number of characters appended.
-__attribute__((format(gnu_printf, 3, 4))) s32 putbuf(char *buffer, u32 *counter, const char *format,
-                                                     ...);
+s32 putbuf(char *buffer, u32 *counter, const char *format, va_list args);
 
 // The report of one read.
 class report_page {

@@ -221,6 +221,7 @@ void release_engines() {
     fake_eng_list = nullptr;
     fake_eng_result = nullptr;
     fake_eng_loop = nullptr;
+    engine_slots = 0;
     fake_eng_num = 0;
 }
 

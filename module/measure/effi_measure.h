@@ -15,6 +15,6 @@ enum effi_type : u32 {
 
 // Measures larb `id` port `port` (EFFI_LARB_*), SMI common `id` input port `port` (EFFI_COMMON_*),
 // or all that monitor `port` sees (EFFI_MONITOR, whatever `id`). Where there is nothing to measure
-// with the reason is logged if it is a fault. A process that is killed already
-// measures nothing.
+// with, the sample is not `measured`, and the reason is logged if it is a fault. Nor is anything
+// measured for a process that is killed already.
 effi_sample effi_measure(u32 id, u32 port, effi_type type);

@@ -117,6 +117,7 @@ static void measure_ports(const emi_channels &channels, u32 time, emi_results &r
     emi_enable_ports(channels.base[0]);
     const bool ended = measure_groups(channels, time, results);
     read_monitors(results.records);
+    // Those of a killed process are stopped without a look at them, some for the second time.
     if (is_killed()) {
         for_each_monitor(effi_reset);
     }
