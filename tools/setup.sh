@@ -74,6 +74,12 @@ build_host() {
     quietly "$directory/build.log" cmake --build "$directory" "${targets[@]}"
 }
 
+# Sanitizers for addresses and for threads do not go together: the storm has a build of its own.
+run_storm() {
+    build_host storm -DOVK_SANITIZE=thread -DCMAKE_BUILD_TYPE=Debug -- ovk_storm
+    timeout 300 "$build/storm/tests/ovk_storm"
+}
+
 build_fuzzers() {
     build_host fuzz -DOVK_FUZZ=ON -DOVK_TESTS=OFF -DCMAKE_CXX_COMPILER=clang++-14 \
         -DOVK_SANITIZE=fuzzer-no-link,address,undefined -- fuzz-tree fuzz-store
