@@ -208,7 +208,7 @@ TEST(kernel, serves_four_readers_at_once_and_survives_unloading_under_load) {
                     :
                 done 2>/dev/null &
             done
-            sleep 1
+            until sleep 1 && cat /tmp/all? | grep -q Status; do :; done
             rmmod ovk_bw || exit
             wait
             modprobe ovk_bw || exit
