@@ -2,14 +2,50 @@
 // Expected register traces, in the words of the host kernel's own.
 #pragma once
 
+#include <cstdarg>
 #include <cstdint>
 #include <cstdio>
-#include <string>
 #include <utility>
 
-#include "tests/rig.h"
+#include "tests/pattern.h"
+#include "tests/report_text.h"
 
 namespace tests {
+
+// Adds accesses to a block: "404=1" stores, "410?0" loads, "f00?0:7" loads and then stores. They
+// have 32 bits, or 64 with a "q" before, or only the load has 16, with an "h". Numbers are
+// hexadecimal, but for those of a sleep, "~999-1001", in us. "wmb" is a barrier.
+[[gnu::format(printf, 3, 4)]] inline void add(lines &trace, const std::string &block,
+                                              const char *format, ...) {
+    char text[256];
+    va_list values;
+
+    va_start(values, format);
+    EXPECT_LT(std::vsnprintf(text, sizeof(text), format, values), static_cast<int>(sizeof(text)));
+    va_end(values);
+    for (const std::string &word : words_of(text)) {
+        const lines parts = groups_of(word, "([hq]?)(\\w+)([=?])(\\w+)(?::(\\w+))?");
+        const auto access = [&](const std::string &kind, int digits, const std::string &value) {
+            char line[64];
+            std::snprintf(line, sizeof(line), "+0x%03lx 0x%0*llx",
+                          std::stoul(parts[1], nullptr, 16), digits,
+                          std::stoull(value, nullptr, 16));
+            trace.push_back(kind + " " + block + line);
+        };
+        if (parts.empty()) {
+            trace.push_back(word[0] == '~' ? "sleep " + replaced(word.substr(1), "-", " ") : word);
+            continue;
+        }
+        const bool wide = parts[0] == "q";
+        if (parts[2] == "?") {
+            parts[0] == "h" ? access("R16", 4, parts[3])
+                            : access(wide ? "R64" : "R32", wide ? 16 : 8, parts[3]);
+        }
+        if (parts[2] == "=" || !parts[4].empty()) {
+            access(wide ? "W64" : "W32", wide ? 16 : 8, parts[2] == "=" ? parts[3] : parts[4]);
+        }
+    }
+}
 
 inline std::string hex(std::uint64_t value, int digits) {
     char text[2 + 16 + 1];

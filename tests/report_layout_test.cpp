@@ -198,24 +198,6 @@ TEST(total_layout, verdict_follows_the_threshold) {
     }
 }
 
-TEST(total_layout, no_theoretical_bandwidth_means_no_usage) {
-    rig r(chip_of(0));
-    r.loaded().run({at_larb(0, 3, {.read = 500, .efficiency = 100})});
-    const std::string report = r.read("bw_total");
-    EXPECT_NE(report.find("   0 o/oo[\033[7m\033[0m  "), std::string::npos) << report;
-    EXPECT_EQ(row_with(report, "0 "), "0 GOP GFX 500 100 500 0 0");
-    EXPECT_EQ(row_with(report, "0 500"), "0 500 -500");
-    EXPECT_EQ(row_with(report, "100%"), "100% 0% 0%");
-}
-
-TEST(total_layout, a_bar_far_beyond_the_page_is_cut_with_it) {
-    rig r(chip_of(1));
-    r.loaded().run({at_larb(0, 3, {.read = 2000, .efficiency = 1})});
-    const std::string report = r.read("bw_total");
-    EXPECT_EQ(report.size(), 4095u);
-    EXPECT_EQ(report.substr(4000), std::string(95, ' '));
-}
-
 // Processing option 1: GOP, behind a larb, has no row and no weight in SUM's shares, but it is
 // measured, added up and has a bar.
 TEST(total_layout, option_1_leaves_larb_modules_out_of_the_tables) {
@@ -234,27 +216,6 @@ TEST(total_layout, option_1_leaves_larb_modules_out_of_the_tables) {
     EXPECT_FALSE(shows_gop());
     r.write("bw_total", "0 1 16 2\n");
     EXPECT_TRUE(shows_gop());
-}
-
-TEST(total_layout, without_sum_and_reference_entries_no_other_module_stands_in) {
-    rig r(port_chip()
-              .with_property("/ref", "module-name", std::string("REF_EMX", 8))
-              .with_property("/sum", "module-name", std::string("SUN", 4)));
-    r.loaded();
-    r.run({at_larb(0, 3, {.read = 640, .efficiency = 50}),
-           at_common(0, 3, {.write = 640, .efficiency = 50})});
-
-    const std::string report = r.read("bw_total");
-    EXPECT_EQ(row_with(report, "0 "), "0 GOP GFX 640 50 1280 0 0");
-    EXPECT_EQ(row_with(report, "3 "), "3 SUN ALL 0 0 0 0 0");
-    EXPECT_EQ(row_with(report, "12800 "), "12800 2560 10240");
-}
-
-TEST(total_layout, a_common_beyond_the_monitors_shows_data_but_no_bus_bandwidth) {
-    rig r(port_chip({"3"}, "8"));
-    r.loaded();
-    r.run({at_common(8, 1, {.write = 500, .efficiency = 50})});
-    EXPECT_EQ(row_with(r.read("bw_total"), "1 TSP"), "1 TSP TS 500 0 0 0 0");
 }
 
 // Title, header and ports of a larb, then back up for its right neighbour.
@@ -291,73 +252,6 @@ TEST(larb_layout, a_place_without_ports_has_an_empty_block) {
     r.machine().clear_faults();
 }
 
-// A time of 0 has no rate, a clock of 0 no period; 5 s of 2000 MB/s are 10^10 bytes, of which
-// 1,410,065,408 remain in 32 bits.
-TEST(port_limits, time_and_clock_of_0_and_long_times_do_what_the_arithmetic_says) {
-    rig r(port_chip().with_u32("/dram_config", "smi_clock", 0));
-    r.loaded();
-    r.run({at_larb(0, 3, {.read = 2000, .efficiency = 50}),
-           at_common(1, 1, {.read = 2000, .efficiency = 50})});
-    const auto larb_after = [&r](const std::string &time) {
-        r.write("bw_larb", "0 " + time);
-        return row_with(clean_read(r, "bw_larb"), "3 ");
-    };
-    const auto common_after = [&r](const std::string &time) {
-        r.write("bw_scomm", time);
-        const std::string report = clean_read(r, "bw_scomm");
-        return row_with(report.substr(std::min(report.find("COMMON 1"), report.size())), "In 1");
-    };
-
-    EXPECT_EQ(larb_after("0"), "3 0 0 0 0 0 0 0 0 0 0");
-    EXPECT_EQ(larb_after("16"), "3 0 0 0 2000 0 0 7 50 0 0");
-    EXPECT_EQ(larb_after("5000"), "3 0 0 0 282 0 0 7 50 0 0");
-    EXPECT_EQ(common_after("0"), "");
-    EXPECT_EQ(r.read("bw_scomm"), "Starting Monitor......\033[K\n\033[K\n");
-    EXPECT_EQ(common_after("16"), "In 1 2000 0 0 0 7 50 0 0");
-    EXPECT_EQ(common_after("5000"), "In 1 282 0 0 0 7 50 0 0");
-    r.write("bw_total", "0 1 0 0\n");
-    EXPECT_EQ(row_with(r.read("bw_total"), "3 SUM"), "3 SUM ALL 0 0 0 0 0");
-}
-
-// Each port reads and writes 0x0fffffff units of 16 bytes in 1 ms, 4,294,967 MB/s, at 1 %:
-// 429,496,700 on the bus. Twelve of these are 5,153,960,400, in 32 bits 858,993,104. With ten of
-// them and twice 148 MB/s at 100 %, the lower 32 bits are 0.
-TEST(port_limits, sums_have_64_bits_and_the_efficiency_divides_by_32_of_them) {
-    const auto totals_of = [](const lines &ports) {
-        rig r(port_chip(ports));
-        r.loaded();
-        for (const auto &[place, value] : {std::pair{"larb0+0x418", 0x0fffffffu},
-                                           {"larb1+0x418", 9250u},
-                                           {"smi_common0+0x220", 4u},
-                                           {"effi_monitor0+0x34", 1u},
-                                           {"effi_monitor0+0x2c", 1u},
-                                           {"effi_monitor1+0x34", 1u},
-                                           {"effi_monitor1+0x2c", 100u}}) {
-            r.pin(place, value);
-        }
-        r.write("bw_larb", "0 1\n");
-        return port_rows(clean_read(r, "bw_larb")).back();
-    };
-
-    EXPECT_EQ(totals_of({"0 1 2 3 4 5"}), "51539604 6 5153960400");
-    EXPECT_EQ(totals_of({"0 1 2 3 4", "0"}), "42949966 0 4294967296");
-}
-
-// The monitor takes any number; the settings of a port end with their registers.
-TEST(port_limits, ports_beyond_the_last_one_have_the_settings_that_have_a_register) {
-    rig r(port_chip({"3 32 33 128"}));
-    r.loaded();
-    r.pin("larb0+0x284", 0x1ab);
-    r.pin("larb0+0x078", ~0u);
-    r.pin("larb0+0x07c", ~0u);
-    const std::string report = clean_read(r, "bw_larb");
-
-    EXPECT_EQ(row_with(report, "3 "), "3 0 1 1 0 0 0 0 0 0 0");
-    EXPECT_EQ(row_with(report, "32 "), "32 0 0 0 0 0 0 0 0 0 0");
-    EXPECT_EQ(row_with(report, "33 "), "33 ab 0 0 0 0 0 0 0 0 0");
-    EXPECT_EQ(row_with(report, "128 "), "128 0 0 0 0 0 0 0 0 0 0");
-}
-
 // Only outputs make a block: SMI common 0's are pinned idle, and common 1 reads a trickle that a
 // counter shows in 2 ms but not in 1.
 TEST(common_layout, idle_outputs_leave_a_common_out) {
@@ -390,10 +284,8 @@ TEST(common_layout, takes_the_available_commons_and_misses_the_rest_once) {
     const std::pair<const char *, std::string> disabled = {"status", std::string("disabled", 9)};
     const std::pair<const char *, std::string> no_outputs = {"output-port-nr", std::string(4, 0)};
     const outcome outcomes[] = {{0, "1", none, {}, false},
-                                {1, "1", none, {"SMI_COMMON 0"}, false},
                                 {2, "1", none, {"SMI_COMMON 0", "SMI_COMMON 1"}, false},
                                 {9, "1", none, {"SMI_COMMON 0", "SMI_COMMON 1"}, true},
-                                {1, "1", disabled, {"SMI_COMMON 1"}, false},
                                 {2, "1", disabled, {"SMI_COMMON 1"}, true},
                                 {2, "1", no_outputs, {"SMI_COMMON 1"}, false},
                                 {2, "63", none, {"SMI_COMMON 0", "SMI_COMMON 63"}, false},
@@ -412,51 +304,6 @@ TEST(common_layout, takes_the_available_commons_and_misses_the_rest_once) {
         EXPECT_EQ(blocks, each.blocks);
         EXPECT_EQ(r.log(),
                   lines(each.missed ? 1 : 0, "<3>[OVK_BW]Can't find SMI COMMON device base!!"));
-    }
-}
-
-// Requests of ports from 8 on have no latency sum of their own.
-TEST(emi_layout, every_number_of_ports_has_its_rows_and_runs) {
-    for (const auto &[ports, last] : {std::pair{1u, "0 100 70 1 142 200"},
-                                      {6u, "5 100 70 1 142 200"},
-                                      {7u, "6 100 70 1 142 200"},
-                                      {24u, "23 100 70 1 142 0"}}) {
-        SCOPED_TRACE(std::to_string(ports) + " ports");
-        rig r(port_chip().with_u32("/emi_arch", "emi_port_cnt", ports));
-        r.loaded().run({at_emi(ports - 1, {.read = 80, .write = 20})});
-        const lines rows = port_rows(clean_read(r, "bw_emi"));
-        ASSERT_EQ(rows.size(), ports + 2);
-        EXPECT_EQ(rows[ports], last);
-        EXPECT_EQ(rows[ports + 1], "ALL 100 70 - 142 -");
-        EXPECT_EQ(wait_of(r, "bw_emi"), (ports + 5) / 6 * 16'000);
-    }
-}
-
-// 10 s are 3,705,032,704 cycles in 32 bits or 4.63 s, in which 4000 MB/s on two channels are
-// 9,262,581,760 bytes on each, of which 672,647,168 remain in 32 bits.
-TEST(emi_limits, run_lengths_and_counts_keep_32_bits) {
-    rig r(port_chip());
-    r.loaded();
-    r.run({at_emi(3, {.read = 4000, .latency = 100})});
-
-    r.write("bw_emi", "10000\n");
-    EXPECT_EQ(row_with(clean_read(r, "bw_emi"), "3 "), "3 134 70 1 191 100");
-    EXPECT_EQ(r.machine().waited_us(), 2 * 4'631'291u);
-}
-
-TEST(emi_limits, without_a_clock_or_requests_there_is_no_latency) {
-    for (const auto &[clock, latency] : {std::pair{0u, "0"}, {432u, "231"}, {800u, "125"}}) {
-        rig r(port_chip().with_u32("/dram_config", "emi_clock", clock));
-        r.loaded();
-        for (const std::string channel : {"emi_cen0", "emi_cen1"}) {
-            r.pin(channel + "+0x508", 1000);
-            r.pin(channel + "+0x548", 10);
-            r.pin(channel + "+0x510", 1000);
-            r.pin(channel + "+0x550", 0);
-        }
-        const std::string report = clean_read(r, "bw_emi");
-        EXPECT_EQ(row_with(report, "1 "), std::string("1 0 70 1 0 ") + latency) << clock;
-        EXPECT_EQ(row_with(report, "2 "), "2 0 70 1 0 0") << clock;
     }
 }
 
@@ -493,26 +340,6 @@ TEST(emi_limits, channel_counts_from_none_to_five) {
     }
 }
 
-// Of 12,800 MB/s; at 70 % every 7 MB/s cost 10.
-TEST(emi_limits, usage_of_the_bus_is_a_whole_percentage_up_to_100_and_0_of_nothing) {
-    struct bus {
-        std::pair<const char *, const char *> emptied;  // setting that is 0
-        std::uint32_t rate;
-        const char *usage;
-    };
-    const std::pair none = {"/emi_arch", "unused"};
-
-    for (const bus &each :
-         {bus{none, 0, "0%\n"}, bus{none, 89, "0%\n"}, bus{none, 90, "1%\n"},
-          bus{none, 5108, "57%\n"}, bus{none, 8960, "100%\n"}, bus{none, 20'000, "100%\n"},
-          bus{{"/dram_config", "dram_clock"}, 100, "0%\n"},
-          bus{{"/emi_arch", "emi_port_cnt"}, 0, "0%\n"}}) {
-        rig r(port_chip().with_u32(each.emptied.first, each.emptied.second, 0));
-        r.loaded().run({at_common(0, 3, {.read = each.rate})});
-        EXPECT_EQ(clean_read(r, "bw_bus"), each.usage) << each.rate;
-    }
-}
-
 // 300 and 200 MB/s at 80 % are 375 and 250 on the bus; 256 and 512 of 1024 requests are 25 and 50
 // %. bw_scomm sees both directions at once.
 TEST(debug_log, follows_every_measured_direction_of_a_port) {
@@ -539,6 +366,139 @@ TEST(debug_log, follows_every_measured_direction_of_a_port) {
     EXPECT_EQ(r.log(),
               (lines{"<1>[OVK-BW] SMI Common: 0 port: 0\033[K",
                      "<1>[OVK-BW] r_bw: 300, w_bw: 200, effi: 80, \\c", shares[0], shares[1]}));
+}
+
+namespace {
+
+using setting = std::pair<const char *, const char *>;  // attribute and text
+using pins = std::vector<std::pair<const char *, std::uint32_t>>;
+
+// Rows that a report has after some settings.
+struct figures {
+    const char *attribute;
+    lines rows;
+    std::vector<setting> settings = {};
+};
+
+void expect_figures(const devicetree::flat_tree &tree, const std::vector<soc::source> &traffic,
+                    const pins &pinned, const std::vector<figures> &reports) {
+    rig r(devicetree::flat_tree::from_blob(tree.blob()));
+
+    r.loaded().run(traffic);
+    for (const auto &[place, value] : pinned) {
+        r.pin(place, value);
+    }
+    for (const figures &each : reports) {
+        for (const auto &[attribute, text] : each.settings) {
+            r.write(attribute, text);
+        }
+        const std::string report = r.read(each.attribute);
+        for (const std::string &row : each.rows) {
+            EXPECT_EQ(row_with(report, row), row) << report;
+        }
+    }
+}
+
+}  // namespace
+
+TEST(total_figures, do_without_a_theoretical_bandwidth_a_reference_or_a_monitor) {
+    const soc::flow half{.read = 640, .efficiency = 50};
+
+    expect_figures(chip_of(0), {at_larb(0, 3, {.read = 500, .efficiency = 100})}, {},
+                   {{"bw_total", {"0 GOP GFX 500 100 500 0 0", "0 500 -500", "100% 0% 0%"}}});
+    expect_figures(
+        port_chip()
+            .with_property("/ref", "module-name", std::string("REF_EMX", 8))
+            .with_property("/sum", "module-name", std::string("SUN", 4)),
+        {at_larb(0, 3, half), at_common(0, 3, half)}, {},
+        {{"bw_total", {"0 GOP GFX 640 50 1280 0 0", "3 SUN ALL 0 0 0 0 0", "12800 2560 10240"}}});
+    expect_figures(port_chip({"3"}, "8"), {at_common(8, 1, half)}, {},
+                   {{"bw_total", {"1 TSP TS 640 0 0 0 0"}}});
+}
+
+// A time of 0 has no rate, a clock of 0 no period; 5 s of 2000 MB/s are 10^10 bytes, of which
+// 1,410,065,408 remain in 32 bits.
+TEST(port_figures, follow_the_arithmetic_at_times_and_a_clock_of_0_and_at_long_times) {
+    const soc::flow flow{.read = 2000, .efficiency = 50};
+
+    expect_figures(port_chip().with_u32("/dram_config", "smi_clock", 0),
+                   {at_larb(0, 3, flow), at_common(1, 1, flow)}, {},
+                   {{"bw_larb", {"3 0 0 0 0 0 0 0 0 0 0"}, {{"bw_larb", "0 0"}}},
+                    {"bw_larb", {"3 0 0 0 2000 0 0 7 50 0 0"}, {{"bw_larb", "0 16"}}},
+                    {"bw_larb", {"3 0 0 0 282 0 0 7 50 0 0"}, {{"bw_larb", "0 5000"}}},
+                    {"bw_scomm", {""}, {{"bw_scomm", "0"}}},
+                    {"bw_scomm", {"In 1 2000 0 0 0 7 50 0 0"}, {{"bw_scomm", "16"}}},
+                    {"bw_scomm", {"In 1 282 0 0 0 7 50 0 0"}, {{"bw_scomm", "5000"}}},
+                    {"bw_total", {"3 SUM ALL 0 0 0 0 0"}, {{"bw_total", "0 1 0 0\n"}}}});
+}
+
+// Each port reads and writes 0x0fffffff units of 16 bytes in 1 ms, 4,294,967 MB/s, at 1 %:
+// 429,496,700 on the bus. Twelve of these are 5,153,960,400, in 32 bits 858,993,104. With ten of
+// them and twice 148 MB/s at 100 %, the lower 32 bits are 0.
+TEST(port_figures, have_sums_of_64_bits_by_32_of_which_the_efficiency_divides) {
+    const pins full = {{"larb0+0x418", 0x0fffffff}, {"larb1+0x418", 9250},
+                       {"smi_common0+0x220", 4},    {"effi_monitor0+0x34", 1},
+                       {"effi_monitor0+0x2c", 1},   {"effi_monitor1+0x34", 1},
+                       {"effi_monitor1+0x2c", 100}};
+    const setting in_1_ms = {"bw_larb", "0 1\n"};
+
+    expect_figures(port_chip({"0 1 2 3 4 5"}), {}, full,
+                   {{"bw_larb", {"51539604 6 5153960400"}, {in_1_ms}}});
+    expect_figures(port_chip({"0 1 2 3 4", "0"}), {}, full,
+                   {{"bw_larb", {"42949966 0 4294967296"}, {in_1_ms}}});
+}
+
+// The monitor takes any number; the settings of a port end with their registers.
+TEST(port_figures, beyond_the_last_port_have_the_settings_that_have_a_register) {
+    expect_figures(port_chip({"3 32 33 128"}), {},
+                   {{"larb0+0x284", 0x1ab}, {"larb0+0x078", ~0u}, {"larb0+0x07c", ~0u}},
+                   {{"bw_larb",
+                     {"3 0 1 1 0 0 0 0 0 0 0", "32 0 0 0 0 0 0 0 0 0 0", "33 ab 0 0 0 0 0 0 0 0 0",
+                      "128 0 0 0 0 0 0 0 0 0 0"}}});
+}
+
+// Requests of ports from 8 on have no latency sum of their own. 10 s are 3,705,032,704 cycles in 32
+// bits or 4.63 s, in which 4000 MB/s on two channels are 9,262,581,760 bytes on each, of which
+// 672,647,168 remain in 32 bits.
+TEST(emi_figures, end_with_the_ports_and_keep_32_bits) {
+    const auto chip_with_ports = [](std::uint32_t count) {
+        return port_chip().with_u32("/emi_arch", "emi_port_cnt", count);
+    };
+    const soc::flow flow{.read = 80, .write = 20};
+
+    expect_figures(chip_with_ports(7), {at_emi(6, flow)}, {},
+                   {{"bw_emi", {"6 100 70 1 142 200", "ALL 100 70 - 142 -"}}});
+    expect_figures(chip_with_ports(24), {at_emi(23, flow)}, {},
+                   {{"bw_emi", {"23 100 70 1 142 0", "ALL 100 70 - 142 -"}}});
+    expect_figures(port_chip(), {at_emi(3, {.read = 4000, .latency = 100})}, {},
+                   {{"bw_emi", {"3 134 70 1 191 100"}, {{"bw_emi", "10000\n"}}}});
+}
+
+TEST(emi_figures, have_no_latency_without_a_clock_or_requests) {
+    for (const auto &[clock, latency] : {std::pair{0u, "0"}, {432u, "231"}, {800u, "125"}}) {
+        expect_figures(port_chip()
+                           .with_u32("/dram_config", "emi_clock", clock)
+                           .with_u32("/emi_arch", "emi_cnt", 1),
+                       {},
+                       {{"emi_cen0+0x508", 1000},
+                        {"emi_cen0+0x548", 10},
+                        {"emi_cen0+0x510", 1000},
+                        {"emi_cen0+0x550", 0}},
+                       {{"bw_emi", {std::string("1 0 70 1 0 ") + latency, "2 0 70 1 0 0"}}});
+    }
+}
+
+// Of 12,800 MB/s; at 70 % every 7 MB/s cost 10.
+TEST(bus_usage, is_a_whole_percentage_up_to_100_and_0_of_nothing) {
+    for (const auto &[rate, usage] :
+         {std::pair{0u, "0%"}, {89u, "0%"}, {90u, "1%"}, {5108u, "57%"}, {20'000u, "100%"}}) {
+        expect_figures(port_chip(), {at_common(0, 3, {.read = rate})}, {}, {{"bw_bus", {usage}}});
+    }
+    for (const auto &[node, setting] :
+         {std::pair{"/dram_config", "dram_clock"}, {"/emi_arch", "emi_port_cnt"}}) {
+        expect_figures(port_chip().with_u32(node, setting, 0), {at_common(0, 3, {.read = 100})}, {},
+                       {{"bw_bus", {"0%"}}});
+    }
 }
 
 }  // namespace tests

@@ -62,24 +62,4 @@ std::string row_with(const std::string &report, const std::string &start) {
     return "";
 }
 
-std::map<std::string, std::uint64_t> port_data(const std::string &report) {
-    std::map<std::string, std::uint64_t> data;
-    std::string block;
-
-    for (const std::string &row : port_rows(report)) {
-        const lines words = words_of(row);
-        if (words[0] == "SMI_LARB" || words[0] == "SMI_COMMON") {
-            block = words[1] + ":";
-        } else if (words[0] == "In" || words[0] == "Out") {
-            data[(words[0] == "In" ? "in" : "out") + block + words[1]] =
-                std::stoull(words[2]) + std::stoull(words[3]);
-        } else if (words.size() == 11) {
-            data["larb" + block + words[0]] = std::stoull(words[4]) + std::stoull(words[5]);
-        } else if (words.size() == 6 && words[0] != "ALL") {
-            data["emi:" + words[0]] = std::stoull(words[1]);
-        }
-    }
-    return data;
-}
-
 }  // namespace tests

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
 #include <string>
 #include <vector>
 
@@ -26,9 +25,5 @@ lines port_rows(const std::string &report);
 
 // The first of these that starts so; "" without one.
 std::string row_with(const std::string &report, const std::string &start);
-
-// Read and write bandwidth of every row of a port report, by "larb4:2", "in0:1" and "out0:0" (of
-// SMI commons), or "emi:5" (of the total view).
-std::map<std::string, std::uint64_t> port_data(const std::string &report);
 
 }  // namespace tests

@@ -110,41 +110,4 @@ TEST_P(reports, agree_with_every_scenario_that_comes_with_the_chip_and_with_each
     }
 }
 
-// No chip that comes with the project has monitors there and several channels.
-TEST(report, of_the_EMI_divides_by_all_channels_what_one_monitor_tells_of_a_port) {
-    for (const std::string &name : sim::chip_names()) {
-        SCOPED_TRACE(name);
-        rig r(sim::chip_tree(name).with_property("/emi_arch", "emi-effi-monitor", ""));
-        const devicetree::flat_tree &tree = r.loaded().machine().tree();
-        if (*tree.by_name("emi_arch")->u32("emi_cnt") > 1) {
-            const soc::scenario traffic = random_traffic(7).scenario(tree);
-            r.set_scenario(traffic);
-            expect_emi(r, oracle(tree, traffic, 5), 5);
-        }
-    }
-}
-
-// All larb ports, SMI common ports in both directions, and the DRAM controller for three modules.
-TEST_P(reports, take_the_time_of_their_windows_on_an_idle_chip) {
-    constexpr std::uint64_t time_ms = 5;
-    constexpr std::uint64_t poll_us = 999;
-    rig r(GetParam());
-    r.loaded();
-    std::uint64_t windows = 3;
-
-    for (const devicetree::node *module : modules_of(r.machine().tree())) {
-        for (const port_group &group : port_groups_of(*module)) {
-            if (!group.larb) {
-                windows += 2 * group.ports.size();
-            } else if (module->string("module-name") != "APU") {
-                windows += (group.ports.size() + 3) / 4;
-            }
-        }
-    }
-    enable_all(r, time_ms);
-    r.read("bw_total");
-    EXPECT_EQ(r.machine().waited_us(),
-              windows * time_ms * 1000 + (has_monitors_at_emi(r) ? 3 * poll_us : 0));
-}
-
 }  // namespace tests

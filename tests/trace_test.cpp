@@ -23,15 +23,6 @@ void only(rig &r, unsigned module) {
     }
 }
 
-void add_broadcast(lines &trace, bool on, std::uint32_t targets) {
-    block_trace dispatch(trace, "emi_dispatch0");
-
-    dispatch.wmb();
-    dispatch.w32(0x100, on ? 0x7f7f : 0);
-    dispatch.w32(0x104, on ? targets : 0);
-    dispatch.wmb();
-}
-
 // Says where two traces part, rather than printing both.
 void expect_trace(const lines &trace, const lines &expected) {
     const auto [at, wanted] =
@@ -42,7 +33,7 @@ void expect_trace(const lines &trace, const lines &expected) {
 }
 
 struct effi_run {
-    std::string monitor;
+    const char *monitor;
     std::uint32_t value;
     std::uint32_t mask;
     std::uint32_t efficiency;
@@ -51,84 +42,47 @@ struct effi_run {
     std::optional<std::uint32_t> burst = {};  // read for port reports only
 };
 
+// Value and mask are both 0 or neither.
 void add_effi_run(lines &trace, const effi_run &run) {
-    block_trace monitor(trace, run.monitor);
-    const std::uint64_t high = std::uint64_t{run.value} << 32;
-    const auto update = [&monitor](std::uint32_t before, std::uint32_t after) {
-        monitor.update32(0x00, before, after);
-        monitor.wmb();
-    };
+    const char *const monitor = run.monitor;
+    const std::uint32_t high = run.value;  // of the 64 bits of the control register
 
-    monitor.wmb();
-    monitor.w32(0x00, 0x1);
-    monitor.w32(0x00, 0x0);
-    monitor.w32(run.mask != 0 ? 0x08 : 0x04, run.mask);  // value and mask are both 0 or neither
-    monitor.w32(run.mask != 0 ? 0x04 : 0x08, run.value);
-    monitor.update64(0x00, high, high | 0x8);
-    update(0x08, 0x08);
-    update(0x08, 0x48);
-    update(0x48, 0x58);
-    monitor.r32(0x34, 0);
-    monitor.sleep("999 1001");
-    monitor.r32(0x34, 1);
-    monitor.r32(0x2c, run.efficiency);
-    update(0x58, 0x18);
-    update(0x18, 0x98);
-    monitor.r32(0x2c, run.ultra);
-    update(0x98, 0x18);
-    update(0x18, 0x18);
+    add(trace, monitor, "wmb 0=1 0=0");
+    add(trace, monitor, run.mask != 0 ? "8=%x 4=%x" : "4=%x 8=%x", run.mask, run.value);
+    add(trace, monitor, "q0?%x00000000:%x00000008", high, high);
+    add(trace, monitor, "0?8:8 wmb 0?8:48 wmb 0?48:58 wmb 34?0 ~999-1001 34?1");
+    add(trace, monitor, "2c?%x 0?58:18 wmb 0?18:98 wmb", run.efficiency);
+    add(trace, monitor, "2c?%x 0?98:18 wmb 0?18:18 wmb", run.ultra);
     if (run.burst) {
-        monitor.r32(0x2c, *run.burst);
+        add(trace, monitor, "2c?%x", *run.burst);
     }
-    update(0x18, 0x18);
-    update(0x18, 0xd8);
-    monitor.r32(0x2c, run.preultra);
-    update(0xd8, 0x18);
-    monitor.update64(0x00, high | 0x18, high | 0x08);
-    monitor.wmb();
-    monitor.update64(0x00, high | 0x08, high | 0x09);
-    monitor.wmb();
-    monitor.update64(0x00, high | 0x09, high | 0x08);
+    add(trace, monitor, "0?18:18 wmb 0?18:d8 wmb 2c?%x 0?d8:18 wmb", run.preultra);
+    add(trace, monitor, "q0?%x00000018:%x00000008 wmb", high, high);
+    add(trace, monitor, "q0?%x00000008:%x00000009 wmb", high, high);
+    add(trace, monitor, "q0?%x00000009:%x00000008", high, high);
 }
 
-// One window of 16 ms of a larb's monitor, after the two registers that choose what it counts.
-void add_larb_run(block_trace &larb, const std::pair<std::uint32_t, std::uint32_t> &first,
-                  const std::pair<std::uint32_t, std::uint32_t> &second) {
-    larb.w32(0x404, 1);
-    larb.w32(first.first, first.second);
-    larb.w32(second.first, second.second);
-    larb.wmb();
-    larb.w32(0x400, 1);
-    larb.sleep("16000 16000");
-    larb.w32(0x400, 0);
+// One window of 16 ms of a larb's monitor, after the two stores that choose what it counts.
+void add_larb_run(lines &trace, const char *larb, const char *choice) {
+    add(trace, larb, "404=1 %s wmb 400=1 ~16000-16000 400=0", choice);
 }
 
-// The same for an SMI common, with the units of 16 bytes that it has counted.
-void add_common_run(block_trace &common, std::uint32_t port, std::uint32_t direction,
-                    std::uint32_t count) {
-    common.w32(0x1a4, 1);
-    common.w32(0x1b0, port << 4 | 1);
-    common.w32(0x1ac, direction);
-    common.wmb();
-    common.w32(0x1a0, 1);
-    common.sleep("16000 16000");
-    common.w32(0x1a0, 0);
-    common.r32(0x1cc, count);
+void add_broadcast(lines &trace, std::uint32_t value, std::uint32_t targets) {
+    add(trace, "emi_dispatch0", "wmb 100=%x 104=%x wmb", value, targets);
 }
 
-void add_emi_polls(block_trace &channel, std::uint32_t count) {
+void add_broadcast(lines &trace, bool on) {
+    add_broadcast(trace, on ? 0x7f7f : 0, on ? 0x2 : 0);
+}
+
+void add_emi_polls(lines &trace, std::uint32_t count) {
     for (std::uint32_t polls = 0; polls < count; polls++) {
-        channel.r32(0x400, 0x1);
+        add(trace, "emi_cen0", "400?1");
     }
-    channel.r32(0x400, 0x5);
+    add(trace, "emi_cen0", "400?5");
 }
 
-constexpr std::uint32_t two_channels = 0x2;
 constexpr std::uint32_t emi_clock = 1066;  // MHz
-
-// What firmware had set up: the lower half of 0x060, and 0xf2c and the registers behind it.
-constexpr std::uint32_t enable_low = 0x0012;
-constexpr std::uint32_t auxiliary = 0x5;
 
 // A measurement of two channels in 1 ms. Every port moves 20 MB/s on each: 2500 units of 8 bytes,
 // in 312 requests that take 200 ns.
@@ -137,176 +91,150 @@ struct emi_run {
     bool monitors;
 };
 
-// Channel 1 will lose what is not channel 0's.
+// Firmware has set up the lower half of 0x060, and 0xf2c with the registers behind it. Channel 1
+// will lose what is not channel 0's.
 void set_up(rig &r, const emi_run &run) {
     std::vector<soc::source> sources;
-    std::vector<soc::preset> presets = {{"emi_cen0", 0x060, 0xab00 << 16 | enable_low},
+    std::vector<soc::preset> presets = {{"emi_cen0", 0x060, 0xab000012},
                                         {"emi_cen1", 0xf2c, 0x999}};
 
     for (std::uint32_t port = 0; port < run.ports; port++) {
         sources.push_back(at_emi(port, {.read = 40, .efficiency = 60, .burst = 3}));
     }
     for (std::uint32_t slot = 0; slot < 6; slot++) {
-        presets.push_back({"emi_cen0", 0xf2c + 4 * slot, auxiliary});
+        presets.push_back({"emi_cen0", 0xf2c + 4 * slot, 0x5});
     }
     r.run(sources, presets);
     r.write("bw_emi", "1\n");
 }
 
-void add_cleared(block_trace &channel) {
-    for (const std::uint32_t offset :
-         {0x400, 0x440, 0x468, 0x4e8, 0x4b0, 0xf00, 0xf04, 0xf08, 0xf0c, 0xf10, 0xf14, 0x4f8}) {
-        channel.w32(offset, 0);
-    }
+void add_cleared(lines &trace) {
+    add(trace, "emi_cen0", "400=0 440=0 468=0 4e8=0 4b0=0 f00=0 f04=0 f08=0 f0c=0 f10=0 f14=0");
+    add(trace, "emi_cen0", "4f8=0");
 }
 
-void add_monitor_preparations(lines &trace, const emi_run &run) {
+template <typename F>
+void for_each_monitor(const emi_run &run, F add_to) {
     for (std::uint32_t port = 0; run.monitors && port < run.ports; port++) {
-        block_trace monitor(trace, "effi_monitor" + std::to_string(port));
-        monitor.w32(0x00, 0x1);
-        monitor.wmb();
-        monitor.w32(0x00, 0x0);
-        monitor.w32(0x04, 0);
-        monitor.w32(0x08, 0);
-        monitor.update64(0x00, 0, 0x8);
-        monitor.update32(0x00, 0x08, 0x08);
-        monitor.wmb();
-        monitor.update32(0x00, 0x08, 0x48);
+        add_to("effi_monitor" + std::to_string(port));
     }
 }
 
-// Monitors are started with the first group and go on through the others.
+void add_slot(lines &trace, std::uint32_t slot, std::uint32_t held) {
+    const std::uint32_t control = 0xf00 + 4 * slot;
+    const std::uint32_t aux = 0xf2c + 4 * slot;
+
+    add(trace, "emi_cen0", "h%x?0:1 h%x?1:3 h%x?3:7", control, control, control);
+    add_broadcast(trace, false);
+    add(trace, "emi_cen0", "%x?%x", aux, held);
+    add_broadcast(trace, true);
+    add(trace, "emi_cen0", "%x=f0000005 wmb", aux);
+}
+
+// Monitors are started with the first group and go on through the others. The channel is polled
+// each millisecond, and once when the monitors have seen enough.
 void add_group(lines &trace, const emi_run &run, std::uint32_t first) {
     const std::uint32_t count = std::min(run.ports - first, 6u);
     constexpr std::uint32_t counters[] = {0x428, 0x458, 0x460, 0x464, 0xf18, 0xf1c};
-    block_trace channel(trace, "emi_cen0");
 
-    add_broadcast(trace, true, two_channels);
-    add_cleared(channel);
-    channel.w32(0x404, emi_clock * 1000);
+    add_broadcast(trace, true);
+    add_cleared(trace);
+    add(trace, "emi_cen0", "404=%x", emi_clock * 1000);
     for (std::uint32_t slot = 0; slot < 6; slot++) {
-        const std::uint32_t held = first == 0 ? auxiliary : 0xf0000000 | auxiliary;
-        channel.update_low16(0xf00 + 4 * slot, 0x0, 0x1);
-        channel.update_low16(0xf00 + 4 * slot, 0x1, 0x3);
-        channel.update_low16(0xf00 + 4 * slot, 0x3, 0x7);
-        add_broadcast(trace, false, 0);
-        channel.r32(0xf2c + 4 * slot, held);
-        add_broadcast(trace, true, two_channels);
-        channel.w32(0xf2c + 4 * slot, 0xf0000000 | auxiliary);
-        channel.wmb();
+        add_slot(trace, slot, first == 0 ? 0x5 : 0xf0000005);
     }
-    channel.w32(0x4f8, 0xffffffff);
-    channel.update_low16(0x4e8, 0, 0x02000000);
+    add(trace, "emi_cen0", "4f8=ffffffff h4e8?0:2000000");
     for (std::uint32_t slot = 0; slot < count; slot++) {
-        channel.update_low16(0xf00 + 4 * slot, 0x7, 0x7 | 0x100 << (first + slot));
+        add(trace, "emi_cen0", "h%x?7:%x", 0xf00 + 4 * slot, 0x7 | 0x100 << (first + slot));
     }
-    channel.update_low16(0x400, 0, 1);
-    for (std::uint32_t port = 0; run.monitors && port < run.ports; port++) {
-        block_trace(trace, "effi_monitor" + std::to_string(port))
-            .update32(0x00, first == 0 ? 0x48 : 0x58, 0x58);
-    }
-    channel.wmb();
-    add_broadcast(trace, false, 0);
-    // A poll each millisecond, and one when the monitors have seen enough.
-    add_emi_polls(channel, run.monitors && first == 0 ? 2 : 1);
+    add(trace, "emi_cen0", "h400?0:1");
+    for_each_monitor(run, [&](const std::string &monitor) {
+        add(trace, monitor, first == 0 ? "0?48:58" : "0?58:58");
+    });
+    add(trace, "emi_cen0", "wmb");
+    add_broadcast(trace, false);
+    add_emi_polls(trace, run.monitors && first == 0 ? 2 : 1);
     for (std::uint32_t slot = 0; slot < count; slot++) {
-        channel.r32(counters[slot], 2500);
-        block_trace(trace, "emi_cen1").r32(counters[slot], 2500);
+        add(trace, "emi_cen0", "%x?9c4", counters[slot]);
+        add(trace, "emi_cen1", "%x?9c4", counters[slot]);
     }
 }
 
 // Channel 0 finds what the monitor has seen, channel 1 finds it reset.
-void add_monitor_readings(lines &trace, const emi_run &run) {
-    for (std::uint32_t port = 0; run.monitors && port < run.ports; port++) {
-        block_trace monitor(trace, "effi_monitor" + std::to_string(port));
-        for (const bool fresh : {false, true}) {
-            monitor.r32(0x34, fresh ? 0 : 1);
-            for (int polls = 0; fresh && polls < 50; polls++) {
-                monitor.sleep("999 1001");
-                monitor.r32(0x34, 0);
-            }
-            monitor.r32(0x2c, fresh ? 0 : 60);
-            monitor.update_low16(0x00, fresh ? 0 : 0x58, fresh ? 0 : 0x18);
-            monitor.update_low16(0x00, fresh ? 0 : 0x18, fresh ? 0 : 0x18);
-            monitor.wmb();
-            monitor.r32(0x2c, fresh ? 0 : 3);
-            monitor.w32(0x00, 0x1);
-            monitor.wmb();
-            monitor.w32(0x00, 0x0);
-        }
+void add_readings(lines &trace, const std::string &monitor) {
+    add(trace, monitor, "34?1 2c?3c h0?58:18 h0?18:18 wmb 2c?3 0=1 wmb 0=0 34?0");
+    for (int polls = 0; polls < 50; polls++) {
+        add(trace, monitor, "~999-1001 34?0");
     }
+    add(trace, monitor, "2c?0 h0?0:0 h0?0:0 wmb 2c?0 0=1 wmb 0=0");
 }
 
 void add_latencies_and_limits(lines &trace, const emi_run &run) {
     for (std::uint32_t port = 0; port < run.ports; port++) {
-        for (const char *node : {"emi_cen0", "emi_cen1"}) {
-            block_trace channel(trace, node);
-            channel.r32(0x500 + 8 * port, 312 * (200 * emi_clock / 1000));
-            channel.r32(0x540 + 8 * port, 312);
-            channel.r32(port == 1 ? 0x100 : 0x100 + 8 * port, 0);
+        for (const char *channel : {"emi_cen0", "emi_cen1"}) {
+            add(trace, channel, "%x?%x %x?138 %x?0", 0x500 + 8 * port,
+                312 * (200 * emi_clock / 1000), 0x540 + 8 * port,
+                port == 1 ? 0x100 : 0x100 + 8 * port);
         }
     }
     for (std::uint32_t port = 0; port < run.ports; port++) {
-        for (const char *node : {"emi_cen0", "emi_cen0", "emi_cen1", "emi_cen1"}) {
-            block_trace channel(trace, node);
-            channel.r32(port < 4 ? 0xd0 : 0xd8, 0);
-            channel.r32(port < 4 ? 0xd4 : 0xdc, 0);
+        for (const char *channel : {"emi_cen0", "emi_cen0", "emi_cen1", "emi_cen1"}) {
+            add(trace, channel, port < 4 ? "d0?0 d4?0" : "d8?0 dc?0");
         }
     }
 }
 
 lines expected_trace(const emi_run &run) {
     lines trace;
-    block_trace channel(trace, "emi_cen0");
 
-    add_monitor_preparations(trace, run);
-    add_broadcast(trace, true, two_channels);
-    channel.update_low16(0x060, enable_low, 0x40000000 | enable_low);
+    for_each_monitor(run, [&trace](const std::string &monitor) {
+        add(trace, monitor, "0=1 wmb 0=0 4=0 8=0 q0?0:8 0?8:8 wmb 0?8:48");
+    });
+    add_broadcast(trace, true);
+    add(trace, "emi_cen0", "h60?12:40000012");
     for (std::uint32_t first = 0; first < run.ports; first += 6) {
         add_group(trace, run, first);
     }
-    add_monitor_readings(trace, run);
-    add_broadcast(trace, false, 0);
+    for_each_monitor(run, [&trace](const std::string &monitor) { add_readings(trace, monitor); });
+    add_broadcast(trace, false);
     add_latencies_and_limits(trace, run);
-    add_broadcast(trace, true, two_channels);
-    add_cleared(channel);
-    channel.w32(0x4f8, 0);
-    channel.update_low16(0x4e8, 0, 0);
-    channel.update_low16(0x060, enable_low, enable_low);
-    add_broadcast(trace, false, 0);
+    add_broadcast(trace, true);
+    add_cleared(trace);
+    add(trace, "emi_cen0", "4f8=0 h4e8?0:0 h60?12:12");
+    add_broadcast(trace, false);
     return trace;
 }
 
-// A run of 16 ms, with the counts of both channels in units of 8 bytes.
-lines expected_dram_trace(std::uint32_t ports, std::uint32_t counter,
-                          const std::pair<std::uint32_t, std::uint32_t> &counts) {
-    const std::uint64_t length = std::uint64_t{16 * emi_clock * 1000} << 32;
-    lines trace;
-    block_trace channel(trace, "emi_cen0");
+// A run of 16 ms that counts so many units of 8 bytes on each channel.
+struct dram_run {
+    unsigned module;
+    std::uint32_t ports;
+    std::uint32_t counter;
+    std::pair<std::uint32_t, std::uint32_t> counts;
+};
 
-    add_broadcast(trace, true, two_channels);
-    channel.update64(0x060, 0, 0x40000000);
-    for (const std::uint32_t offset : {0x400, 0x440, 0x468, 0x4e8, 0x4b0, 0xf00}) {
-        channel.w32(offset, 0);
+lines expected_dram_trace(const dram_run &run) {
+    const std::uint32_t length = 16 * emi_clock * 1000;
+    lines trace;
+
+    add_broadcast(trace, true);
+    add(trace, "emi_cen0", "q60?0:40000000 400=0 440=0 468=0 4e8=0 4b0=0 f00=0");
+    add(trace, "emi_cen0", "404=%x qf00?0:7", length);
+    add_broadcast(trace, false);
+    add(trace, "emi_cen0", "f2c?0");
+    add_broadcast(trace, true);
+    add(trace, "emi_cen0", "f2c=f0000000");
+    if (run.ports != 0) {
+        add(trace, "emi_cen0", "qf00?7:%x07", run.ports);
     }
-    channel.w32(0x404, 16 * emi_clock * 1000);
-    channel.update64(0xf00, 0, 0x7);
-    add_broadcast(trace, false, 0);
-    channel.r32(0xf2c, 0);
-    add_broadcast(trace, true, two_channels);
-    channel.w32(0xf2c, 0xf0000000);
-    if (ports != 0) {
-        channel.update64(0xf00, 0x7, 0x7 | ports << 8);
-    }
-    channel.update64(0x400, length, length | 1);
-    channel.wmb();
-    add_broadcast(trace, false, 0);
-    add_emi_polls(channel, 16);
-    channel.r32(counter, counts.first);
-    block_trace(trace, "emi_cen1").r32(counter, counts.second);
-    add_broadcast(trace, true, two_channels);
-    channel.update64(0x060, 0x40000000, 0);
-    add_broadcast(trace, false, 0);
+    add(trace, "emi_cen0", "q400?%x00000000:%x00000001 wmb", length, length);
+    add_broadcast(trace, false);
+    add_emi_polls(trace, 16);
+    add(trace, "emi_cen0", "%x?%x", run.counter, run.counts.first);
+    add(trace, "emi_cen1", "%x?%x", run.counter, run.counts.second);
+    add_broadcast(trace, true);
+    add(trace, "emi_cen0", "q60?40000000:0");
+    add_broadcast(trace, false);
     return trace;
 }
 
@@ -322,37 +250,26 @@ TEST(total_trace, larb_module_with_five_ports_runs_four_and_then_one) {
         {at_larb(7, 1, {.read = 60, .write = 40, .efficiency = 75, .ultra = 25, .preultra = 50})});
 
     lines expected;
-    block_trace larb(expected, "larb7");
-    add_larb_run(larb, {0x40c, 0x400}, {0x408, 0x03020100});
-    larb.r32(0x410, 0);
-    larb.r32(0x414, 1'600'000);
-    larb.r32(0x418, 0);
-    larb.r32(0x41c, 0);
-    block_trace(expected, "smi_common2").r32(0x220, 0);
+    add_larb_run(expected, "larb7", "40c=400 408=3020100");
+    add(expected, "larb7", "410?0 414?%x 418?0 41c?0", 1'600'000);
+    add(expected, "smi_common2", "220?0");
     add_effi_run(expected, {"effi_monitor4", 0x401, 0x7ff, 75, 256, 512});
-    add_larb_run(larb, {0x40c, 0x400}, {0x408, 0x00000004});
-    larb.r32(0x410, 0);
+    add_larb_run(expected, "larb7", "40c=400 408=4");
+    add(expected, "larb7", "410?0");
     expect_trace(trace_of_read(r, "bw_total"), expected);
 }
 
 // The CPU's are ports 0 and 1, the GPU's is port 7. 301 MB/s are split 151 and 150.
 TEST(total_trace, processors_and_reference_are_counted_on_both_channels_through_broadcast) {
-    struct run {
-        unsigned module;
-        std::uint32_t ports;
-        std::uint32_t counter;
-        std::pair<std::uint32_t, std::uint32_t> rates;
-    };
-    for (const run &each : {run{0, 0x03, 0x428, {151, 150}}, run{1, 0x80, 0x428, {20, 20}},
-                            run{12, 0, 0x420, {171, 170}}}) {
-        SCOPED_TRACE("module " + std::to_string(each.module));
-        rig r(sim::chip_tree("zt410").with_u32("/dram_config", "emi_clock", 1066));
+    for (const dram_run &run :
+         {dram_run{0, 0x03, 0x428, {302'000, 300'000}}, dram_run{1, 0x80, 0x428, {40'000, 40'000}},
+          dram_run{12, 0, 0x420, {342'000, 340'000}}}) {
+        SCOPED_TRACE("module " + std::to_string(run.module));
+        rig r(sim::chip_tree("zt410").with_u32("/dram_config", "emi_clock", emi_clock));
         r.loaded();
-        only(r, each.module);
+        only(r, run.module);
         r.run({at_emi(1, {.read = 201, .write = 100}), at_emi(7, {.read = 40})});
-        expect_trace(trace_of_read(r, "bw_total"),
-                     expected_dram_trace(each.ports, each.counter,
-                                         {each.rates.first * 2000, each.rates.second * 2000}));
+        expect_trace(trace_of_read(r, "bw_total"), expected_dram_trace(run));
     }
 }
 
@@ -389,18 +306,15 @@ TEST(port_trace, larb_port_is_read_written_and_timed_and_then_asked_for_its_limi
           {{"larb0", 0x20c, 0x1ab}, {"larb0", 0x78, 0x8}, {"larb0", 0x7c, 0xfff7}});
 
     lines expected;
-    block_trace larb(expected, "larb0");
-    for (const auto &[mode, count] : {std::pair{0x204u, 100'000u}, {0x208u, 50'000u}}) {
-        add_larb_run(larb, {0x408, 3}, {0x40c, mode});
-        larb.r32(0x418, count);
-        block_trace(expected, "smi_common0").r32(0x220, 0);
+    for (const auto &[choice, count] :
+         {std::pair{"408=3 40c=204", 100'000}, {"408=3 40c=208", 50'000}}) {
+        add_larb_run(expected, "larb0", choice);
+        add(expected, "larb0", "418?%x", count);
+        add(expected, "smi_common0", "220?0");
         add_effi_run(expected, {"effi_monitor0", 0x003, 0x7ff, 75, 256, 512, 9});
     }
-    add_larb_run(larb, {0x408, 3}, {0x40c, 0x200});
-    larb.r32(0x430, 200);
-    larb.r32(0x20c, 0x1ab);
-    larb.r32(0x78, 0x8);
-    larb.r32(0x7c, 0xfff7);
+    add_larb_run(expected, "larb0", "408=3 40c=200");
+    add(expected, "larb0", "430?%x 20c?1ab 78?8 7c?fff7", 200);
     expect_trace(trace_of_read(r, "bw_larb"), expected);
 }
 
@@ -414,15 +328,15 @@ TEST(port_trace, common_ports_are_read_all_and_written_all_before_efficiencies_a
         1, 1, {.write = 100, .efficiency = 60, .preultra = 100, .burst = 5, .period = 300})});
 
     lines expected;
-    block_trace common(expected, "smi_common1");
     for (const std::uint32_t direction : {0u, 1u}) {
         for (std::uint32_t port = 0; port < 3; port++) {
             const bool moves = direction == 1 && port != 1;
-            add_common_run(common, port, direction, moves ? 100'000 : 0);
-            common.r32(0x1dc, moves ? 150 : 0);
+            add(expected, "smi_common1", "1a4=1 1b0=%x 1ac=%x wmb 1a0=1 ~16000-16000 1a0=0",
+                port << 4 | 1, direction);
+            add(expected, "smi_common1", "1cc?%x 1dc?%x", moves ? 100'000 : 0, moves ? 150 : 0);
         }
     }
-    common.r32(0x220, 0);
+    add(expected, "smi_common1", "220?0");
     add_effi_run(expected, {"effi_monitor2", 0x100, 0x700, 60, 0, 1024, 5});
     expect_trace(trace_of_read(r, "bw_scomm"), expected);
 }
@@ -452,11 +366,9 @@ TEST(port_trace, broadcast_mode_reaches_as_many_channels_as_there_are) {
         r.machine().set_tracing(true);
         r.write("bw_emi_lmt", std::to_string(channels) + " 2 1\n");
         lines expected;
-        add_broadcast(expected, true, targets);
-        block_trace channel(expected, "emi_cen0");
-        channel.update32(0x110, 0, 1);
-        channel.wmb();
-        add_broadcast(expected, false, 0);
+        add_broadcast(expected, 0x7f7f, targets);
+        add(expected, "emi_cen0", "110?0:1 wmb");
+        add_broadcast(expected, false);
         expect_trace(r.trace(), expected);
     }
 }
