@@ -1,10 +1,12 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: GPL-2.0-only
 #
-# fuzz.sh tree|store SECONDS [OPTION...]: runs a fuzzer that is built, with libFuzzer's options.
-# fuzz.sh tree|store FILE: runs it on the input in that file alone.
+# fuzz.sh BUILD tree|store SECONDS [OPTION...]: runs a fuzzer that is built there, with libFuzzer's
+# options.
+# fuzz.sh BUILD tree|store FILE: runs it on the input in that file alone.
 set -euo pipefail
-directory=$(cd "$(dirname "$0")/.." && pwd)/build/fuzz
+directory=$1
+shift
 fuzzer=$directory/fuzz/fuzz-$1
 log=$directory/$1.log
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // Part of the module in the fuzzers' build. The fuzzer keeps pointers to all counters that it is
-// told of, but the module's go with every unload: they are added to some that stay, where there is a fuzzer.
+// told of, but the module's go with every unload: where there is a fuzzer they are added to some
+// that stay.
 extern "C" {
 
 extern unsigned char fuzz_module_counters[16384] __attribute__((weak));

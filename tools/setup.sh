@@ -74,13 +74,17 @@ build_host() {
     quietly "$directory/build.log" cmake --build "$directory" "${targets[@]}"
 }
 
-# Sanitizers for addresses and for threads do not go together: the storm has a build of its own.
+# Sanitizers for addresses and for threads do not go together: the storm has a build of its own. It
+# is that of the compiler with which users build, too.
 run_storm() {
-    build_host storm -DOVK_SANITIZE=thread -DCMAKE_BUILD_TYPE=Debug -- ovk_storm
+    build_host storm -DOVK_SANITIZE=thread -DCMAKE_BUILD_TYPE=Debug -- ovk_storm ovk-sim
     timeout 300 "$build/storm/tests/ovk_storm"
 }
 
+# The fuzzers' compiler and its sanitizers, for the build in which the tests run, too.
+fuzz_build=(-DOVK_FUZZ=ON -DCMAKE_CXX_COMPILER=clang++-14
+    "-DOVK_SANITIZE=fuzzer-no-link,address,undefined")
+
 build_fuzzers() {
-    build_host fuzz -DOVK_FUZZ=ON -DOVK_TESTS=OFF -DCMAKE_CXX_COMPILER=clang++-14 \
-        -DOVK_SANITIZE=fuzzer-no-link,address,undefined -- fuzz-tree fuzz-store
+    build_host fuzz "${fuzz_build[@]}" -DOVK_TESTS=OFF -- fuzz-tree fuzz-store
 }
