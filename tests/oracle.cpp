@@ -25,12 +25,6 @@ std::string words(const values &...each) {
     return text.str();
 }
 
-std::string hexadecimal(uint32_t value, const char *format) {
-    char text[16];
-    std::snprintf(text, sizeof(text), format, value);
-    return text;
-}
-
 uint64_t quotient(uint64_t dividend, uint64_t divisor) {
     return divisor != 0 ? dividend / divisor : 0;
 }
@@ -181,18 +175,14 @@ struct oracle::chip {
     uint32_t of_common(uint32_t common, const char *property) const {
         return setting(number_of("smi_common", common), property);
     }
-    // What firmware has set up in a register, or 0.
-    uint32_t preset(const std::string &node, uint32_t offset) const {
+    // The output that an input's path-select bit asks for, as firmware has set it up.
+    uint32_t path_of(const place &input) const {
         for (const soc::preset &preset : traffic.presets) {
-            if (preset.node == node && preset.offset == offset) {
-                return preset.value;
+            if (preset.node == number_of("smi_common", input.block) && preset.offset == 0x220) {
+                return preset.value >> (2 * input.port) & 1;
             }
         }
         return 0;
-    }
-    // The output that an input's path-select bit asks for.
-    uint32_t path_of(const place &input) const {
-        return preset(number_of("smi_common", input.block), 0x220) >> (2 * input.port) & 1;
     }
     place input_of(uint32_t larb) const {
         const devicetree::node &node = *tree.by_name(number_of("larb", larb));
@@ -389,21 +379,6 @@ struct oracle::chip {
         result.latency /= count;
         return result;
     }
-    // Limit, read timer, write timer, read and write outstanding limit.
-    std::string emi_settings(uint32_t port, uint32_t channel) const {
-        const std::string node = number_of("emi_cen", channel);
-        const uint32_t arbitration = preset(node, port == 1 ? 0x100 : 0x100 + 8 * port);
-        const uint32_t pair = port >= 4 && port < 8 ? 0xd8 : 0xd0;
-        const uint32_t low = preset(node, pair) >> (port % 4 * 8);
-        const uint32_t high = preset(node, pair + 4) >> (port % 4 * 8);
-        std::string text;
-        for (const uint32_t value :
-             {arbitration % 64, arbitration >> 16 & 0xff, arbitration >> 24,
-              (low & 0xf) | (high & 0xf) << 4, (low >> 4 & 0xf) | (high & 0xf0)}) {
-            text += hexadecimal(value, "%X ");
-        }
-        return text;
-    }
 
     const devicetree::flat_tree &tree;
     const soc::scenario &traffic;
@@ -466,11 +441,8 @@ lines oracle::larb_report(uint32_t module) const {
             const bool watched = chip_->lasted({larb, 0x200, port}) != 0;
             const uint32_t period =
                 watched ? std::max(passing.read_period, passing.write_period) : 0;
-            const uint32_t limit = chip_->preset(larb, 0x200 + 4 * port) & 0xff;
-            report.push_back(words(port, hexadecimal(limit, "%x"),
-                                   chip_->preset(larb, 0x78) >> port & 1,
-                                   chip_->preset(larb, 0x7c) >> port & 1, seen.read, seen.write,
-                                   chip_->period_shown(period), seen.seen()));
+            report.push_back(
+                words(port, seen.read, seen.write, chip_->period_shown(period), seen.seen()));
             data += seen.data();
             bus += seen.bus();
         }
@@ -532,8 +504,7 @@ lines oracle::emi_detail() const {
     for (uint32_t channel = 0; channel < chip_->channels(); channel++) {
         report.push_back(number_of("CENTRAL_EMI ", channel));
         for (const uint32_t port : chip_->emi_ports()) {
-            report.push_back(words(port, chip_->emi_settings(port, channel)) +
-                             chip_->at_channels(port, channel, 1).text());
+            report.push_back(words(port, chip_->at_channels(port, channel, 1).text()));
         }
     }
     return report;

@@ -73,7 +73,7 @@ class oracle {
 
     std::vector<expected_row> total() const;  // of all modules, by position
 
-    // Titles and rows of the text, words apart by single blanks.
+    // Titles and rows of the text, words apart by single blanks, without the settings of ports.
     lines larb_report(std::uint32_t module) const;
     lines common_report() const;
     lines emi_total() const;

@@ -16,7 +16,7 @@ class random_traffic {
         return static_cast<std::uint32_t>(engine_() % (max + 1));
     }
 
-    // Many sources or few, and what firmware may have set up for them.
+    // Many sources or few, on any paths.
     soc::scenario scenario(const devicetree::flat_tree &tree) {
         const std::uint32_t fifths = 1 + up_to(3);
         soc::scenario traffic;
@@ -31,14 +31,8 @@ class random_traffic {
         }
         for (const auto &node : tree.nodes()) {
             if (node->name.starts_with("smi_common")) {
-                preset(traffic, *node, {0x220});
-            } else if (node->name.starts_with("larb")) {
-                preset(traffic, *node, {0x78, 0x7c});
-                preset_row(traffic, *node, 0x200, 4, 32);
-            } else if (node->name.starts_with("emi_cen")) {
-                preset(traffic, *node, {0xd0, 0xd4, 0xd8, 0xdc});
-                preset_row(traffic, *node, 0x100, 8,
-                           *tree.by_name("emi_arch")->u32("emi_port_cnt"));
+                traffic.presets.push_back(
+                    {node->name, 0x220, static_cast<std::uint32_t>(engine_())});
             }
         }
         return traffic;
@@ -57,19 +51,6 @@ class random_traffic {
                 .latency = up_to(1000),
                 .period = up_to(2000)};
     }
-    void preset(soc::scenario &traffic, const devicetree::node &node,
-                const std::vector<std::uint32_t> &offsets) {
-        for (const std::uint32_t offset : offsets) {
-            traffic.presets.push_back({node.name, offset, static_cast<std::uint32_t>(engine_())});
-        }
-    }
-    void preset_row(soc::scenario &traffic, const devicetree::node &node, std::uint32_t first,
-                    std::uint32_t stride, std::uint32_t count) {
-        for (std::uint32_t i = 0; i < count; i++) {
-            preset(traffic, node, {first + stride * i});
-        }
-    }
-
     std::mt19937 engine_;
 };
 

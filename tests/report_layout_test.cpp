@@ -154,13 +154,13 @@ TEST(report_layout, texts_are_exact) {
         {at_larb(
              0, 1,
              {.read = 300, .write = 200, .ultra = 25, .preultra = 50, .burst = 9, .period = 1400}),
-         at_common(0, 3, {.write = 40, .preultra = 100, .burst = 6, .period = 600})},
-        {{"larb0", 0x204, 0xab},
-         {"larb0", 0x78, 0x2},
-         {"larb0", 0x7c, 0x1},
-         {"emi_cen0", 0x100, 0xabcdffea},
-         {"emi_cen0", 0xd0, 0x4321},
-         {"emi_cen0", 0xd4, 0x8765}});
+         at_common(0, 3, {.write = 40, .preultra = 100, .burst = 6, .period = 600})});
+    r.pin({{"larb0+0x204", 0xab},
+           {"larb0+0x78", 0x2},
+           {"larb0+0x7c", 0x1},
+           {"emi_cen0+0x100", 0xabcdffea},
+           {"emi_cen0+0xd0", 0x4321},
+           {"emi_cen0+0xd4", 0x8765}});
     r.write("bw_total", "2 0 16 0\n");
     const auto shown = [&r](const char *attribute) {
         return replaced(r.read(attribute), "\033\\[", "~");
@@ -385,9 +385,7 @@ void expect_figures(const devicetree::flat_tree &tree, const std::vector<soc::so
     rig r(devicetree::flat_tree::from_blob(tree.blob()));
 
     r.loaded().run(traffic);
-    for (const auto &[place, value] : pinned) {
-        r.pin(place, value);
-    }
+    r.pin(pinned);
     for (const figures &each : reports) {
         for (const auto &[attribute, text] : each.settings) {
             r.write(attribute, text);

@@ -50,11 +50,9 @@ class rig {
         EXPECT_EQ(machine().write(attribute, text), static_cast<long>(text.size())) << text;
     }
 
-    // New traffic. Settings of ports among its presets are what reads show, but they don't act on
-    // the traffic.
-    void set_scenario(const soc::scenario &traffic);
+    // New traffic, and what firmware has set up.
     void run(std::vector<soc::source> sources, std::vector<soc::preset> settings = {}) {
-        set_scenario({"", std::move(sources), std::move(settings)});
+        chip().set_scenario({"", std::move(sources), std::move(settings)});
     }
 
     // What a process gets of its request when a fatal signal reaches it. The signal is repeated,
@@ -88,6 +86,11 @@ class rig {
 
     void pin(const std::string &place, std::uint32_t value) {
         chip().pin(simulator_.address_of(place), value);
+    }
+    void pin(const std::vector<std::pair<const char *, std::uint32_t>> &all) {
+        for (const auto &[place, value] : all) {
+            pin(place, value);
+        }
     }
     std::uint32_t peek(const std::string &place) {
         return static_cast<std::uint32_t>(chip().peek(simulator_.address_of(place), 32));

@@ -302,8 +302,8 @@ TEST(port_trace, larb_port_is_read_written_and_timed_and_then_asked_for_its_limi
                     .ultra = 25,
                     .preultra = 50,
                     .burst = 9,
-                    .period = 400})},
-          {{"larb0", 0x20c, 0x1ab}, {"larb0", 0x78, 0x8}, {"larb0", 0x7c, 0xfff7}});
+                    .period = 400})});
+    r.pin({{"larb0+0x20c", 0x1ab}, {"larb0+0x78", 0x8}, {"larb0+0x7c", 0xfff7}});
 
     lines expected;
     for (const auto &[choice, count] :

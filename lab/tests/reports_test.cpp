@@ -54,11 +54,11 @@ TEST_P(chip, has_its_monitors_configured_and_all_reports_agree_to_the_digit_with
     EXPECT_EQ(tests::table_rows(guest.section("total")), total.total());
     for (std::uint32_t id = 0; id < modules; ++id) {
         SCOPED_TRACE("bw_larb of module " + std::to_string(id));
-        tests::expect_rows(guest.section("larbs" + std::to_string(id)), ports.larb_report(id));
+        tests::expect_rows(guest.section("larbs" + std::to_string(id)), ports.larb_report(id), 3);
     }
     tests::expect_rows(guest.section("commons"), ports.common_report());
     tests::expect_rows(guest.section("emi"), ports.emi_total());
-    tests::expect_rows(guest.section("detail"), ports.emi_detail());
+    tests::expect_rows(guest.section("detail"), ports.emi_detail(), 5);
     EXPECT_EQ(guest.section("bus"), std::to_string(ports.bus_percent()) + "%\n");
     EXPECT_EQ(runs.left(), std::vector<std::string>{});
 }
