@@ -468,22 +468,10 @@ TEST(emi_figures, end_with_the_ports_and_keep_32_bits) {
                    {{"bw_emi", {"6 100 70 1 142 200", "ALL 100 70 - 142 -"}}});
     expect_figures(chip_with_ports(24), {at_emi(23, flow)}, {},
                    {{"bw_emi", {"23 100 70 1 142 0", "ALL 100 70 - 142 -"}}});
+    expect_figures(port_chip().with_u32("/dram_config", "emi_clock", 0), {at_emi(3, flow)}, {},
+                   {{"bw_emi", {"3 0 70 1 0 0"}}});
     expect_figures(port_chip(), {at_emi(3, {.read = 4000, .latency = 100})}, {},
                    {{"bw_emi", {"3 134 70 1 191 100"}, {{"bw_emi", "10000\n"}}}});
-}
-
-TEST(emi_figures, have_no_latency_without_a_clock_or_requests) {
-    for (const auto &[clock, latency] : {std::pair{0u, "0"}, {432u, "231"}, {800u, "125"}}) {
-        expect_figures(port_chip()
-                           .with_u32("/dram_config", "emi_clock", clock)
-                           .with_u32("/emi_arch", "emi_cnt", 1),
-                       {},
-                       {{"emi_cen0+0x508", 1000},
-                        {"emi_cen0+0x548", 10},
-                        {"emi_cen0+0x510", 1000},
-                        {"emi_cen0+0x550", 0}},
-                       {{"bw_emi", {std::string("1 0 70 1 0 ") + latency, "2 0 70 1 0 0"}}});
-    }
 }
 
 // Of 12,800 MB/s; at 70 % every 7 MB/s cost 10.
