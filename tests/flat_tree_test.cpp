@@ -28,22 +28,6 @@ static const flat_tree &board() {
     return tree;
 }
 
-TEST(flat_tree, keeps_document_order_and_paths) {
-    std::vector<std::string> paths;
-    for (const auto &each : board().nodes()) {
-        paths.push_back(each->path);
-    }
-    EXPECT_EQ(paths, (std::vector<std::string>{"/", "/soc", "/soc/larb4@84000", "/soc/bus",
-                                               "/soc/bus/far@200010", "/soc/bus/stray@900000",
-                                               "/soc/blind", "/soc/blind/inner@0",
-                                               "/soc/smi_common0@1000", "/larb4"}));
-    EXPECT_EQ(board().by_name("larb4"), board().nodes()[2].get());
-    EXPECT_EQ(board().by_name("larb"), nullptr);
-    const node &bus = *board().by_name("bus");
-    EXPECT_EQ(bus.children.size(), 2u);
-    EXPECT_EQ(bus.parent, board().by_name("soc"));
-}
-
 TEST(flat_tree, reads_properties_as_the_kernel_does) {
     const node &larb = *board().by_name("larb4");
     EXPECT_EQ(larb.u32_array("list"), (std::vector<std::uint32_t>{1, 2, 0xffffffff}));

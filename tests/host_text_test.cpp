@@ -57,22 +57,16 @@ TEST_F(host_text, is_scanned_for_integers_as_by_the_kernel) {
     };
     const row table[] = {
         {"1 2 3 4\n", "%u %u %u %u", {1, 2, 3, 4}},
-        {" \t5\n6", "%u%u", {5, 6}},
         {"", "%u", {}},
         {"-1", "%u", {}},
-        {"+1", "%d", {}},
         {"-1 - 1", "%d %d", {~0u}},
         {"4294967298 18446744073709551619", "%u %u", {2, 3}},
         {"ff 0xFf 0x xy", "%x %x %x %x", {255, 255, 0}},
         {"10 20", "%x %u %u", {16, 20}},
-        {"1c000000 ff 1", "%x %u %u", {0x1c000000}},
         {"0x10 010 08 9", "%i %i %i %i", {16, 8, 0, 8}},
-        {"0x 5", "%ix %u", {0, 5}},
         {"1,2;3", "%u,%u,%u", {1, 2}},
-        {"7 0x8", "%d 0x%x", {7, 8}},
         {"7 8", "%d 0x%x", {7}},
         {"12345", "%2u%1u%u", {12, 3, 45}},
-        {"a1%2", "a%u%%%u", {1, 2}},
         {"skip 9", "%*s %u", {9}},
     };
     for (const auto &[input, format, values] : table) {
@@ -85,14 +79,6 @@ TEST_F(host_text, is_scanned_for_integers_as_by_the_kernel) {
             << input << " by " << format;
         EXPECT_EQ(got, expected) << input << " by " << format;
     }
-    u64 wide[2] = {};
-    unsigned short narrow[2] = {1, 2};
-    EXPECT_EQ(3, ovk_kernel_sscanf("ffffffffff fffffffffffffffff 12345", "%llx %llx %hx", &wide[0],
-                                   &wide[1], &narrow[0]));
-    EXPECT_EQ(wide[0], 0xffffffffffull);
-    EXPECT_EQ(wide[1], ~0ull);
-    EXPECT_EQ(narrow[0], 0x2345);
-    EXPECT_EQ(narrow[1], 2);
 }
 
 TEST_F(host_text, is_converted_as_a_whole_as_by_the_kernel) {
@@ -111,11 +97,6 @@ TEST_F(host_text, is_converted_as_a_whole_as_by_the_kernel) {
     for (const auto &[text, expected] : numbers) {
         EXPECT_EQ(ovk_kernel_kstrtouint(text.c_str(), 0, &value), 0) << text;
         EXPECT_EQ(value, expected) << text;
-    }
-    for (const char *text : {"ff", "0xff"}) {
-        value = 9;
-        EXPECT_EQ(ovk_kernel_kstrtouint(text, 16, &value), 0) << text;
-        EXPECT_EQ(value, 255u) << text;
     }
     const std::map<std::string, int> words = {
         {"1", 1},      {"y", 1},       {"Yes\n", 1},   {"on", 1},      {"ON", 1},

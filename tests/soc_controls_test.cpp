@@ -85,14 +85,6 @@ TEST_F(soc_controls, outstanding_limit_of_the_emi_slows_one_direction_down) {
     EXPECT_EQ(at_emi("emi_cen1", 6), 500u);
 }
 
-TEST_F(soc_controls, channels_are_those_that_the_tree_has) {
-    for (const std::uint32_t claimed : {1u, 0xffffffffu}) {
-        power_on(board().with_u32("/emi_arch", "emi_cnt", claimed));
-        run({video});
-        EXPECT_EQ(at_emi("emi_cen1", 2), 1130u / 2) << claimed;
-    }
-}
-
 class soc_generator : public soc_controls {
   protected:
     // A pass of so many units of 16 bytes.

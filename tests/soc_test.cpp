@@ -37,13 +37,6 @@ TEST_F(soc_monitors, efficiency_needs_arming_time_configuration_and_power) {
     EXPECT_FALSE(r->chip().hang("effi_monitor99"));
 }
 
-TEST_F(soc_monitors, larb_counter_wraps_at_32_bits) {
-    run({video});
-    store({{"larb1+0x408", 4}, {"larb1+0x40c", 0x400}, {"larb1+0x400", 1}});
-    pass(4'000'000);
-    EXPECT_EQ(load("larb1+0x410"), 4'520'000'000u - 0x100000000u);
-}
-
 // Port 2 (the larb's 1130 MB/s) in slot 0, port 8 (1001 MB/s) in slot 5.
 class soc_channels : public bare_chip {
   protected:
