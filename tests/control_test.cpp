@@ -3,11 +3,14 @@
 // often a register is read, and whether a message ends its line.
 #include <algorithm>
 
-#include "tests/rig.h"
+#include "tests/port_chip.h"
+#include "tests/report_text.h"
 
 namespace tests {
 
 namespace {
+
+using devicetree::flat_tree;
 
 constexpr const char *bist = "/bw_modules/bw_bist";
 
@@ -24,45 +27,49 @@ lines writes_of(rig &r, const std::string &attribute, const std::string &text) {
 
 // "\c" is a line that the message leaves open.
 TEST(reg_op, leaves_lines_open_and_reads_the_register_33_times_for_a_report) {
+    const std::pair<const char *, lines> messages[] = {
+        {"0x1c000010 12abc",
+         {"<6>[OVK_BW]register = 0x1c000010\\c", "<6>[OVK_BW]value = 12abc\\c"}},
+        {"1c000010", {"<3>[OVK_BW]Wrong Argument!!\\c"}},
+        {"x", {"<3>[OVK_BW]Wrong Argument!!"}},
+        {"0x1c000010 32 1", {"<3>[OVK_BW]Wong bit"}},
+        {"0x1c000010 31 2", {"<3>[OVK_BW]Wrong bit value"}},
+        {"0x1bfffffc", {"<3>[OVK_BW]Wrong REG"}},
+        {"0x1c000010 2 0", {"<6>reg = 0x1c000010, BIT(2) = 0\\c"}},
+        {"0x1c000010", {"<6>[OVK_BW]register = 0x1c000010\\c"}}};
     rig r("zt410");
     r.loaded();
-    for (const char *text :
-         {"0x1c000010 12abc\n", "0x1c000010 5 \n", "0x1c000010\n", "1c000010\n", "x\n",
-          "0x1c000010 3 1\n", "0x1c000010 32 1\n", "0x1c000010 31 2\n", "0x1bfffffc\n"}) {
-        r.write("reg_op", text);
-    }
-    EXPECT_EQ(r.log(),
-              (lines{"<6>[OVK_BW]register = 0x1c000010\\c", "<6>[OVK_BW]value = 12abc\\c",
-                     "<6>[OVK_BW]register = 0x1c000010\\c", "<6>[OVK_BW]value = 5\\c",
-                     "<6>[OVK_BW]register = 0x1c000010\\c", "<3>[OVK_BW]Wrong Argument!!\\c",
-                     "<3>[OVK_BW]Wrong Argument!!", "<6>reg = 0x1c000010, BIT(3) = 1\\c",
-                     "<3>[OVK_BW]Wong bit", "<3>[OVK_BW]Wrong bit value", "<3>[OVK_BW]Wrong REG"}));
 
-    r.write("reg_op", "0x1c000010\n");
+    for (const auto &[text, log] : messages) {
+        r.write("reg_op", text);
+        EXPECT_EQ(r.log(), log) << text;
+    }
     r.machine().set_tracing(true);
     r.read("reg_op");
-    EXPECT_EQ(r.trace(), lines(33, "R32 0x1c000010+0x000 0x0000000d"));
+    EXPECT_EQ(r.trace(), lines(33, "R32 0x1c000010+0x000 0x00012ab8"));
 }
 
-// 4 GiB are 0x10000000 units of 16 bytes.
+// 4 GiB are 0x10000000 units of 16 bytes. No bit of an address is left when 64 are shifted out.
 TEST(traffic_generator, is_started_by_type_with_up_to_4_GiB) {
-    rig r("zt410");
-    r.loaded();
     const struct {
+        std::uint32_t alignment;
         const char *request;
-        const char *high_of_length;
+        const char *length_high;
+        const char *start_high;
         const char *command;
-    } cases[] = {{"1 80000000 100000 0 5a5a\n", "0x00000001", "0x0000010"},
-                 {"1 80000000 100000000 1 5a5a\n", "0x00001000", "0x0000020"},
-                 {"1 80000000 100000 2 5a5a\n", "0x00000001", "0x0000000"}};
+    } cases[] = {{4, "1 80000000 100000 0 1\n", "0001", "0800", "010"},
+                 {4, "1 80000000 100000000 1 1\n", "1000", "0800", "020"},
+                 {64, "1 ffffffffffffffff 100000 2 1\n", "0001", "0000", "000"}};
+    const std::string engine = "W32 miu2gmc1+0x0";
 
-    for (const auto &[request, high_of_length, command] : cases) {
-        const lines writes = writes_of(r, "fake_engine", request);
-        const std::string engine = "W32 miu2gmc1+0x0";
+    for (const auto &[alignment, request, length_high, start_high, command] : cases) {
+        rig r(sim::chip_tree("zt410").with_u32(bist, "alignment", alignment));
+        const lines writes = writes_of(r.loaded(), "fake_engine", request);
         ASSERT_EQ(writes.size(), 10u) << request;
-        EXPECT_EQ(writes[3], engine + "10 " + high_of_length) << request;
-        EXPECT_EQ(writes[7], engine + "00 " + command + "8") << request;
-        EXPECT_EQ(writes[8], engine + "00 " + command + "9") << request;
+        EXPECT_EQ(writes[3], engine + "10 0x0000" + length_high) << request;
+        EXPECT_EQ(writes[6], engine + "08 0x0000" + start_high) << request;
+        EXPECT_EQ(writes[7], engine + "00 0x0000" + command + "8") << request;
+        EXPECT_EQ(writes[8], engine + "00 0x0000" + command + "9") << request;
     }
 }
 
@@ -73,125 +80,101 @@ TEST(traffic_generator, gives_up_a_pass_that_does_not_end_in_the_time_of_its_siz
         const char *request;
         std::uint64_t killed_at;  // 0: it is not
         std::uint64_t polls;
-        const char *message;
-    } cases[] = {{"1000 0 0\n", 0, 20'041, "<3>[OVK_BW]MIU2GMC_DRV [0] time out"},
-                 {"1ffffff 1 0\n", 0, 20'041, "<3>[OVK_BW]MIU2GMC_DRV [0] time out"},
-                 {"2000000 1 0\n", 0, 22'045, "<3>[OVK_BW]MIU2GMC_DRV [0] time out"},
-                 {"2000000 2 0\n", 0, 24'049, "<3>[OVK_BW]MIU2GMC_DRV [0] time out"},
-                 {"1000 0 0\n", 5, 5, "<6>id = 0, start = 0, size = 1000, type = 0, pattern = 0"}};
+    } cases[] = {{"0 0 1ffffff 1 0\n", 0, 20'041},
+                 {"0 0 2000000 1 0\n", 0, 22'045},
+                 {"0 0 2000000 2 0\n", 0, 24'049},
+                 {"0 0 1000 0 0\n", 5, 5}};
+    const std::string time_out = "<3>[OVK_BW]MIU2GMC_DRV [0] time out";
 
-    for (const auto &[request, killed_at, polls, message] : cases) {
+    for (const auto &[request, killed_at, polls] : cases) {
+        SCOPED_TRACE(request);
         rig r("zt410");
         r.loaded();
         ASSERT_TRUE(r.chip().hang("miu2gmc0"));
         r.write("fake_eng_loop", "0 1\n");
-        r.log();
         r.machine().fail_nth(host::fault_kind::wait, killed_at);
-        r.write("fake_engine", std::string("0 0 ") + request);
-
-        EXPECT_EQ(r.machine().waited_us(), polls * 499) << request;
-        EXPECT_EQ(r.log().back(), message) << request;
+        r.write("fake_engine", request);
+        EXPECT_EQ(r.machine().waited_us(), polls * 499);
+        EXPECT_EQ(r.log().back() == time_out, killed_at == 0);
         EXPECT_TRUE(r.read("fake_engine").starts_with("Fake engine 0: \033[31mFAIL\033[0m\n"));
-        EXPECT_EQ(r.peek("miu2gmc0+0x000"), 0u) << request;
+        EXPECT_EQ(r.peek("miu2gmc0+0x000"), 0u);
     }
 }
 
-// The first engine's group has no ports, so the other one is the only one.
-TEST(traffic_generator, has_no_engine_whose_ports_are_not_known) {
-    const std::string first = std::string(bist) + "/bist_engine0";
-    rig r(sim::chip_tree("zt410").without_property(first, "port-list"));
-    r.loaded();
+// An engine without ports is none. Nor are those of a module on a node of another name: nothing
+// says which blocks they would be.
+TEST(traffic_generator, has_no_engines_but_those_that_the_tree_describes) {
+    const flat_tree tree = sim::chip_tree("zt410");
+    std::pair<flat_tree, const char *> cases[] = {
+        {tree.without_property(std::string(bist) + "/bist_engine0", "port-list"),
+         "Fake engine 1: NO RESULT\n"},
+        {tree.without_node(bist), ""},
+        {tree.without_property(bist, "device_type")
+             .with_property("/bw_modules/bw_evd", "module-name", std::string("BIST", 5))
+             .with_u32("/bw_modules/bw_evd", "alignment", 4),
+         ""}};
 
-    EXPECT_EQ(r.read("fake_engine"), "Fake engine 1: NO RESULT\n");
-    EXPECT_EQ(writes_of(r, "fake_engine", "0 0 1000 1 0\n"), lines{});
-}
-
-TEST(traffic_generator, is_not_there_without_its_module) {
-    rig r(sim::chip_tree("zt410").without_node(bist));
-    r.loaded();
-
-    EXPECT_EQ(r.read("fake_engine"), "");
-    EXPECT_EQ(writes_of(r, "fake_eng_loop", "0 1\n"), lines{});
-    EXPECT_EQ(writes_of(r, "fake_engine", "0 0 1000 1 0\n"), lines{});
-    EXPECT_EQ(r.log(), (lines{"<3>[OVK_BW]Wrong Argument!!",
-                              "<6>id = 0, start = 0, size = 1000, type = 1, pattern = 0"}));
-}
-
-TEST(traffic_generator, has_no_address_left_when_64_bits_are_shifted_out) {
-    rig r(sim::chip_tree("zt410").with_u32(bist, "alignment", 64));
-    r.loaded();
-    const lines writes = writes_of(r, "fake_engine", "1 ffffffffffffffff 1000 1 0\n");
-    EXPECT_EQ(std::count(writes.begin(), writes.end(), "W32 miu2gmc1+0x004 0x00000000"), 1);
-    EXPECT_EQ(std::count(writes.begin(), writes.end(), "W32 miu2gmc1+0x008 0x00000000"), 1);
-}
-
-TEST(emi_settings, need_one_to_three_channels) {
-    for (const std::uint32_t channels : {0u, 4u}) {
-        rig r(sim::chip_tree("zt440").with_u32("/emi_arch", "emi_cnt", channels));
-        r.loaded();
-        for (const char *attribute : {"bw_emi_timer", "bw_emi_ostd"}) {
-            EXPECT_EQ(writes_of(r, attribute, "0 0 0 1\n"), lines{});
-        }
-        EXPECT_EQ(writes_of(r, "bw_emi_lmt", "0 0 1\n"), lines{});
-        EXPECT_EQ(r.log(), lines(3, "<6>Something Wrong!!")) << channels;
+    for (auto &[variation, engines] : cases) {
+        rig r(std::move(variation));
+        EXPECT_EQ(r.loaded().read("fake_engine"), engines);
+        EXPECT_EQ(writes_of(r, "fake_eng_loop", "0 1\n"), lines{});
+        EXPECT_EQ(writes_of(r, "fake_engine", "0 0 1000 1 0\n"), lines{});
+        EXPECT_EQ(r.log(), (lines{"<3>[OVK_BW]Wrong Argument!!",
+                                  "<6>id = 0, start = 0, size = 1000, type = 1, pattern = 0"}));
     }
-}
-
-TEST(mask, asks_nothing_of_the_sibling_without_three_numbers) {
-    rig r("zt410");
-    r.loaded();
-    r.write("mask", "1 3\n");
-    r.write("mask", "1 x 1\n");
-
-    EXPECT_TRUE(r.machine().take_mask_requests().empty());
-    r.write("mask", "1 3 -1\n");
-    EXPECT_EQ(r.machine().take_mask_requests(), (std::vector<host::mask_request>{{1, 3, true, 0}}));
-}
-
-// Bank 0x1000 of the register bus is at 0x1c000000 + 0x1000 * 512.
-TEST(fifo, banks_are_announced_at_start_up) {
-    rig r("zt430");
-    ASSERT_EQ(r.machine().load(), 0);
-    const lines log = r.log();
-    const auto first = std::find(log.begin(), log.end(), "<3>[OVK_BW] fifo_cnt: 6");
-
-    ASSERT_GE(log.end() - first, 5);
-    EXPECT_EQ(lines(first + 1, first + 5),
-              (lines{"<3>[OVK_BW] riu base: 1000", "<3>[OVK_BW] cpu base: 1c200000",
-                     "<3>[OVK_BW] riu base: 1008", "<3>[OVK_BW] cpu base: 1c201000"}));
-}
-
-// It is not said which blocks they would be.
-TEST(traffic_generator, has_no_engines_on_a_node_of_another_name) {
-    rig r(sim::chip_tree("zt410")
-              .without_property(bist, "device_type")
-              .with_property("/bw_modules/bw_evd", "module-name", std::string("BIST", 5))
-              .with_u32("/bw_modules/bw_evd", "alignment", 4));
-
-    EXPECT_EQ(r.loaded().read("fake_engine"), "");
 }
 
 TEST(traffic_generator, is_left_alone_at_unloading_where_loops_are_the_writer_s) {
     rig r("zt410");
-    r.loaded();
-    r.write("fake_eng_loop", "1 1\n");
+    r.loaded().write("fake_eng_loop", "1 1\n");
     r.machine().set_tracing(true);
     r.machine().unload();
 
     EXPECT_EQ(r.trace(), lines{});
 }
 
+TEST(emi_settings, need_one_to_three_channels) {
+    for (const std::uint32_t channels : {0u, 4u}) {
+        rig r(sim::chip_tree("zt440").with_u32("/emi_arch", "emi_cnt", channels));
+        EXPECT_EQ(writes_of(r.loaded(), "bw_emi_lmt", "0 0 1\n"), lines{});
+        EXPECT_EQ(r.log(), lines{"<6>Something Wrong!!"}) << channels;
+    }
+}
+
+// Bank 0x1234 of the register bus is at 0x1c000000 + 0x1234 * 512.
+TEST(fifo, banks_are_announced_at_start_up) {
+    rig r("zt410");
+    r.machine().load();
+    const lines log = r.log();
+
+    EXPECT_EQ(lines(log.end() - 5, log.end()),
+              (lines{"<3>[OVK_BW] fifo_cnt: 2", "<3>[OVK_BW] riu base: 1234",
+                     "<3>[OVK_BW] cpu base: 1c246800", "<3>[OVK_BW] riu base: 1240",
+                     "<3>[OVK_BW] cpu base: 1c248000"}));
+}
+
+// Switching clears the status; the count goes with switching off alone.
+TEST(fifo, is_counted_until_it_is_switched_off) {
+    rig r("zt410");
+    r.loaded();
+    for (const auto &[attribute, text, counted] : {std::tuple{"fifo_status", "1", "1"},
+                                                   {"fifo_status_clear", "1", "2"},
+                                                   {"fifo_status", "1", "3"},
+                                                   {"fifo_status", "0", "1"}}) {
+        r.write(attribute, text);
+        r.poke("0x1c246940", 1);
+        r.poke("0x1c2469c8", 4);
+        EXPECT_EQ(words_of(row_with(r.read("fifo_status"), "0 MVOP")).back(), counted);
+    }
+}
+
 // After the lock and the larb's window come the polls of a monitor that is never done.
 TEST(killed_reader, ends_between_polls_of_a_monitor_and_says_nothing_of_it) {
-    rig r("zt430");
-    r.loaded();
-    r.chip().set_scenario(sim::find_scenario("zt430", "playback"));
-    r.write("debug_log_on", "1\n");
-    for (const auto &node : r.machine().tree().nodes()) {
-        if (node->name.starts_with("effi_monitor")) {
-            ASSERT_TRUE(r.chip().hang(node->name));
-        }
-    }
+    rig r(port_chip());
+    r.loaded().write("debug_log_on", "1\n");
+    r.run({at_larb(0, 3, {.read = 100})});
+    ASSERT_TRUE(r.chip().hang("effi_monitor0"));
+
     for (const std::uint64_t wait : {2u, 5u}) {
         const std::uint64_t before = r.machine().requests(host::fault_kind::wait);
         r.machine().fail_nth(host::fault_kind::wait, wait);
@@ -204,8 +187,7 @@ TEST(killed_reader, ends_between_polls_of_a_monitor_and_says_nothing_of_it) {
 // The two locks, and a turn of the wait for the first group of ports.
 TEST(killed_reader, starts_no_further_group_of_EMI_ports) {
     rig r("zt410");
-    r.loaded();
-    r.machine().set_tracing(true);
+    r.loaded().machine().set_tracing(true);
     r.machine().fail_nth(host::fault_kind::wait, 3);
     EXPECT_EQ(r.read_code("bw_emi"), -4);
     const lines accesses = r.trace();

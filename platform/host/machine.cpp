@@ -197,10 +197,6 @@ std::vector<log_line> machine::take_log() {
     return state_->log.take();
 }
 
-std::vector<mask_request> machine::take_mask_requests() {
-    return state_->masks.take_requests();
-}
-
 void machine::set_tracing(bool on) {
     state_->trace.enable(on);
 }

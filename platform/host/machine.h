@@ -57,9 +57,6 @@ class machine {
     // Kernel log since the last call.
     std::vector<log_line> take_log();
 
-    // Mask requests since the last call.
-    std::vector<mask_request> take_mask_requests();
-
     // Register trace: the accesses of the module, not those of its siblings.
     void set_tracing(bool on);
     std::vector<trace_entry> take_trace();

@@ -2,8 +2,8 @@
 #include "platform/host/port_masks.h"
 
 #include <cerrno>
+#include <cstdint>
 #include <string>
-#include <utility>
 
 namespace host {
 
@@ -11,18 +11,7 @@ static constexpr std::uint64_t mask_register = 0x40;  // one bit per port
 static constexpr unsigned mask_bits = 32;
 
 int port_masks::request(int id, int port, bool enable) {
-    std::scoped_lock lock(guard_);
-    const int result = apply(id, port, enable);
-    requests_.push_back({id, port, enable, result});
-    return result;
-}
-
-std::vector<mask_request> port_masks::take_requests() {
-    std::scoped_lock lock(guard_);
-    return std::exchange(requests_, {});
-}
-
-int port_masks::apply(int id, int port, bool enable) {
+    const std::scoped_lock lock(guard_);
     const bool refused = faults_.strikes(fault_kind::mask, {});
     if (refused || port < 0 || port >= static_cast<int>(mask_bits)) {
         return -EINVAL;

@@ -2,14 +2,11 @@
 // The sibling module ovk-smi-tv: masks ports in the MIU2GMC blocks.
 #pragma once
 
-#include <cstdint>
 #include <mutex>
-#include <vector>
 
 #include "devicetree/flat_tree.h"
 #include "platform/host/board.h"
 #include "platform/host/fault_plan.h"
-#include "platform/host/records.h"
 
 namespace host {
 
@@ -22,16 +19,11 @@ class port_masks {
     // block does not exist.
     int request(int id, int port, bool enable);
 
-    std::vector<mask_request> take_requests();
-
   private:
-    int apply(int id, int port, bool enable);
-
     const devicetree::flat_tree &tree_;
     board &hardware_;
     fault_plan &faults_;
     std::mutex guard_;  // one request at a time
-    std::vector<mask_request> requests_;
 };
 
 }  // namespace host

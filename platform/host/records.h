@@ -29,15 +29,6 @@ struct trace_entry {
     std::string text() const;
 };
 
-// What the driver asked of ovk-smi-tv, and what it answered: 0 or a negative error code.
-struct mask_request {
-    int id;
-    int port;
-    bool enable;
-    int result;
-    bool operator==(const mask_request &) const = default;
-};
-
 // Of a read: the byte count, or a negative error code, and the bytes.
 struct read_result {
     long code;
