@@ -24,6 +24,8 @@ usage: ./run kernel [OPTIONS] [-c 'COMMANDS' | --script FILE]
                      with --dtb none)
   --dram-freq F,F    DRAM channel frequencies in MT/s (default: the tree's)
   --release VERSION  Debian's kernel of that version: 6.1 (default) or 6.12
+  --build NAME       a kernel of the lab's own, built once: strict (gcc, memory and lock checks,
+                     failing allocations) or clang (LLVM, control-flow integrity, tracer)
   --kdir DIR         build folder or headers of another kernel; wants --image
   --image FILE       the kernel to boot
   --unloaded         do not load the modules; start in /
@@ -55,6 +57,7 @@ tree=
 scenario=
 dram_freq=tree
 release=6.1
+own_kernel=
 kernel_folder=
 image=
 commands=
@@ -77,6 +80,7 @@ parse_arguments() {
         --scenario) scenario=$2 && shift ;;
         --dram-freq) dram_freq=$2 && shift ;;
         --release) release=$2 && shift ;;
+        --build) own_kernel=$2 && shift ;;
         --kdir) kernel_folder=$(realpath "$2") && shift ;;
         --image) image=$(realpath "$2") && shift ;;
         --timeout) time_limit=$2 && shift ;;
@@ -113,9 +117,16 @@ fetch() { # PART
 
 # The module with its siblings, the kernel, the guest's programs and the emulator's parts.
 make_ingredients() {
+    local compiler=()
+    if [[ -n $own_kernel ]]; then
+        kernel_folder=$("$top/lab/build-kernel.sh" "$own_kernel")
+        image=$kernel_folder/arch/arm64/boot/Image
+        [[ $own_kernel != clang ]] || compiler=(--llvm -16)
+    fi
     if [[ -n $kernel_folder ]]; then
-        modules=$build/linux
-        "$top/platform/linux/build-module.sh" --kdir "$kernel_folder" --out "$modules"
+        modules=$build/linux${own_kernel:+-$own_kernel}
+        "$top/platform/linux/build-module.sh" "${compiler[@]}" --kdir "$kernel_folder" \
+            --out "$modules"
     else
         modules=$build/linux-$release
         "$top/platform/linux/build-module.sh" --release "$release" --out "$modules"
@@ -155,7 +166,7 @@ make_root() {
     mkdir -p "$root/bin" "$root/etc" "$folder"
     cp "$busybox" "$root/bin/busybox"
     cp "$session" "$root/bin/ovk-session"
-    cp "$modules"/{ovk_bw,ovk-dramc,ovk-smi-tv,ovk-edit-tree}.ko "$folder/"
+    cp "$modules"/*.ko "$folder/"
     : | tee "$folder/modules.order" "$folder/modules.builtin" >"$folder/modules.builtin.modinfo"
     /sbin/depmod -b "$root" "$kernel_release"
     frequencies=$(channel_frequencies)

@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cctype>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -55,10 +56,11 @@ boot_files::~boot_files() {
 ending run(const boot_files &files, const std::vector<std::string> &options,
            const std::string &commands) {
     write_file(files.path("script"), commands);
-    std::string command = quoted(OVK_SOURCE_DIR "/run") + " kernel --release " + release() +
-                          " --script " + quoted(files.path("script")) + " --log " +
-                          quoted(files.path("console")) + " --registers " +
-                          quoted(files.path("registers"));
+    const bool of_debian = std::isdigit(release().front()) != 0;
+    std::string command = quoted(OVK_SOURCE_DIR "/run") + " kernel " +
+                          (of_debian ? "--release " : "--build ") + release() + " --script " +
+                          quoted(files.path("script")) + " --log " + quoted(files.path("console")) +
+                          " --registers " + quoted(files.path("registers"));
     for (const std::string &each : options) {
         command += " " + quoted(each);
     }

@@ -10,10 +10,11 @@ shopt -s inherit_errexit
 
 usage() {
     cat >&2 <<'END'
-usage: debian-kernel.sh [--release 5.10|6.1|6.12] --out DIR headers|image|busybox
+usage: debian-kernel.sh [--release 5.10|6.1|6.12] --out DIR headers|image|busybox|source
   headers   prints the folder to build modules against, with tools of this machine's architecture
   image     prints the kernel to boot
   busybox   prints a static arm64 busybox
+  source    prints the archive of the kernel's source
 END
     exit 2
 }
@@ -33,7 +34,7 @@ parse_arguments() {
         --release | --out) (($# > 1)) || usage ;;&
         --release) release=$2 && shift ;;
         --out) out=$2 && shift ;;
-        headers | image | busybox) part=$1 ;;
+        headers | image | busybox | source) part=$1 ;;
         *) usage ;;
         esac
         shift
@@ -161,6 +162,12 @@ fetch_busybox() {
     download busybox-static:arm64
     unpack_all
     find "$out/root" -path '*/bin/busybox' -type f
+}
+
+fetch_source() {
+    download "linux-source-$release"
+    unpack_all
+    echo "$out/root/usr/src/linux-source-$release.tar.xz"
 }
 
 main() {
