@@ -5,6 +5,9 @@
 //                                    hexadecimal. Prints "CODE TEXT" per operation, then a line
 //                                    "log LEVEL TEXT" per message of the kernel log since the
 //                                    last operation; TEXT in hexadecimal.
+//   ovk-session fail FILE            the same operations, and lines "load": each with every of its
+//                                    allocations failing in turn, on a kernel that can do that.
+//                                    Prints how many these were
 //   ovk-session load                 loads ovk_bw.ko, whose siblings are there, once
 //   ovk-session time COUNT           loads it, reads bw_total and unloads, COUNT times; prints
 //                                    "load|read|unload MICROSECONDS" each time
@@ -181,18 +184,23 @@ class kernel_log {
     open_file file_;
 };
 
+result carry_out(const std::string &operation) {
+    std::istringstream words(operation);
+    std::string what;
+    std::string attribute;
+    std::string text;
+
+    words >> what >> attribute >> text;
+    return what == "read" ? read_attribute(attribute)
+                          : write_attribute(attribute, from_hexadecimal(text));
+}
+
 int run(const std::string &name) {
     std::ifstream operations(name);
     kernel_log log;
 
     for (std::string line; std::getline(operations, line);) {
-        std::istringstream words(line);
-        std::string what;
-        std::string attribute;
-        std::string text;
-        words >> what >> attribute >> text;
-        const result came = what == "read" ? read_attribute(attribute)
-                                           : write_attribute(attribute, from_hexadecimal(text));
+        const result came = carry_out(line);
         std::cout << came.code << " " << hexadecimal(came.text) << "\n";
         log.print_new();
     }
@@ -221,6 +229,68 @@ long load() {
 
 long unload() {
     return syscall(SYS_delete_module, "ovk_bw", O_NONBLOCK) == 0 ? 0 : -errno;
+}
+
+// One of the kernel's allocations for this process, by its number from now on.
+class failing_allocation {
+  public:
+    failing_allocation() : file_("/proc/thread-self/fail-nth", O_RDWR) {}
+
+    bool is_possible() const { return file_.good(); }
+    bool choose(unsigned number) const {
+        const std::string text = std::to_string(number);
+        return pwrite(file_.descriptor(), text.data(), text.size(), 0) > 0;
+    }
+    // Whether it came to that allocation. None fails afterwards.
+    bool has_failed() const {
+        char left[16] = {};
+        const bool failed = pread(file_.descriptor(), left, sizeof(left) - 1, 0) > 0 &&
+                            std::strtoul(left, nullptr, 10) == 0;
+        return choose(0) && failed;
+    }
+
+  private:
+    open_file file_;
+};
+
+long carry_out_or_load(const std::string &operation) {
+    if (operation != "load") {
+        return carry_out(operation).code;
+    }
+    const long code = load();
+    return code == 0 ? unload() : code;
+}
+
+// A failure may cost a part of a report, or end the operation for want of memory or of a block. The
+// next time it is as if nothing had been.
+bool fail_each(const failing_allocation &allocation, const std::string &operation) {
+    const bool succeeds = carry_out_or_load(operation) >= 0;
+
+    for (unsigned number = 1;; ++number) {
+        allocation.choose(number);
+        const long code = carry_out_or_load(operation);
+        if (!allocation.has_failed()) {
+            std::cout << operation << ": " << number - 1 << "\n";
+            return true;
+        }
+        const bool excusable = code >= 0 || code == -ENOMEM || code == -EPERM;
+        const bool tried_again = number % 8 == 0;  // which takes as long once more
+        if (!excusable || (tried_again && (carry_out_or_load(operation) >= 0) != succeeds)) {
+            std::cerr << operation << ": " << code << " when allocation " << number << " failed\n";
+            return false;
+        }
+    }
+}
+
+int fail(const std::string &name) {
+    const failing_allocation allocation;
+    std::ifstream operations(name);
+    bool good = allocation.is_possible();
+
+    for (std::string line; good && std::getline(operations, line);) {
+        good = fail_each(allocation, line);
+    }
+    return good ? 0 : 1;
 }
 
 using clock_type = std::chrono::steady_clock;
@@ -255,12 +325,15 @@ int main(int argc, char **argv) {
     if (arguments.size() == 2 && arguments[0] == "run") {
         return run(arguments[1]);
     }
+    if (arguments.size() == 2 && arguments[0] == "fail") {
+        return fail(arguments[1]);
+    }
     if (arguments.size() == 1 && arguments[0] == "load") {
         return report("load", load());
     }
     if (arguments.size() == 2 && arguments[0] == "time") {
         return measure_times(std::atoi(arguments[1].c_str()));
     }
-    std::cerr << "usage: ovk-session run FILE | load | time COUNT\n";
+    std::cerr << "usage: ovk-session run FILE | fail FILE | load | time COUNT\n";
     return 2;
 }

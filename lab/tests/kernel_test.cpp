@@ -297,13 +297,16 @@ std::string load_on(const bad_tree &bad, const std::string &name) {
 
 TEST(kernel, refuses_a_bad_tree_with_its_messages_and_loads_on_the_next_good_one) {
     const auto tree = sim::chip_tree("zt430");
-    std::string commands;
+    std::string commands = "modinfo ovk-edit-tree >/dev/null 2>&1 || { echo absent; exit 0; }\n";
     for (const bad_tree &bad : bad_trees) {
         commands += load_on(bad, bad.property);
     }
 
     const ending guest = run({"--unloaded"}, commands);
 
+    if (guest.out == "absent\n") {
+        GTEST_SKIP() << "this kernel lets no module change the device tree";
+    }
     ASSERT_EQ(guest.status, 0) << guest.err << guest.out;
     for (const bad_tree &bad : bad_trees) {
         EXPECT_EQ(module_log(guest.section_lines("log" + bad.property)), log_on_host(tree, bad))
