@@ -1,4 +1,4 @@
-/* SPDX-License-Identifier: GPL-2.0-only */
+// SPDX-License-Identifier: GPL-2.0-only
 /*
  * Stand-in for the DRAM controller's module: reports the channels that it is loaded with, for
  * instance "freq=3200,2666". Without the parameter it knows no channel.
@@ -16,15 +16,17 @@ static unsigned int channel_count;
 module_param_array(freq, uint, &channel_count, 0444);
 MODULE_PARM_DESC(freq, "clock of each DRAM channel, in MT/s");
 
-u32 ovk_dramc_get_support_channel_num(void) {
-    return channel_count;
+u32 ovk_dramc_get_support_channel_num(void)
+{
+	return channel_count;
 }
 EXPORT_SYMBOL_GPL(ovk_dramc_get_support_channel_num);
 
-u32 ovk_dramc_get_freq(u32 channel) {
-    if (channel >= channel_count)
-        return 0;
-    return freq[channel];
+u32 ovk_dramc_get_freq(u32 channel)
+{
+	if (channel >= channel_count)
+		return 0;
+	return freq[channel];
 }
 EXPORT_SYMBOL_GPL(ovk_dramc_get_freq);
 
