@@ -20,6 +20,16 @@
 #define OVK_GFP_KERNEL 0x1
 #define OVK_GFP_ZERO 0x2
 
+/* The place of a format string and of its first value. Compilers name the formats differently. */
+#ifdef __clang__
+#define KERNEL_PRINTF(format_at, values_at) __attribute__((format(printf, format_at, values_at)))
+#define KERNEL_SCANF(format_at, values_at) __attribute__((format(scanf, format_at, values_at)))
+#else
+#define KERNEL_PRINTF(format_at, values_at) \
+    __attribute__((format(gnu_printf, format_at, values_at)))
+#define KERNEL_SCANF(format_at, values_at) __attribute__((format(gnu_scanf, format_at, values_at)))
+#endif
+
 #ifdef __cplusplus
 
 #include <stdarg.h>
@@ -78,6 +88,17 @@ extern struct bus_type platform_bus_type;
 
 } /* extern "C" */
 
+/*
+ * Tells the kernel's build of the devices in a table, which has to have external C linkage: it
+ * makes aliases of the module out of it, so that the module is loaded when such a device is found.
+ * The symbol has one name up to Linux 6.13 and another one from then on.
+ */
+#define MODULE_DEVICE_TABLE(bus, table)                              \
+    extern "C" decltype(table) __mod_##bus##__##table##_device_table \
+        __attribute__((unused, alias(#table)));                      \
+    extern "C" decltype(table) __mod_device_table__##bus##__##table  \
+        __attribute__((unused, alias(#table)))
+
 #endif /* __cplusplus */
 
 #ifdef KERNEL_SERVICE
@@ -130,16 +151,13 @@ extern struct mutex ovk_measurement_mutex;
 extern struct mutex ovk_emi_mutex;
 
 /* Log and text. The formats are the kernel's, %pOF and %pOFn included. */
-__attribute__((format(gnu_printf, 1, 2))) int KERNEL_SERVICE(printk)(const char *fmt, ...)
-    BOUND_TO(printk);
-__attribute__((format(gnu_printf, 3, 4))) int KERNEL_SERVICE(snprintf)(char *buf, size_t size,
-                                                                       const char *fmt, ...)
-    BOUND_TO(snprintf);
+KERNEL_PRINTF(1, 2) int KERNEL_SERVICE(printk)(const char *fmt, ...) BOUND_TO(printk);
+KERNEL_PRINTF(3, 4)
+int KERNEL_SERVICE(snprintf)(char *buf, size_t size, const char *fmt, ...) BOUND_TO(snprintf);
 int KERNEL_SERVICE(vscnprintf)(char *buf, size_t size, const char *fmt, va_list args)
     BOUND_TO(vscnprintf);
-__attribute__((format(gnu_scanf, 2, 3))) int KERNEL_SERVICE(sscanf)(const char *buf,
-                                                                    const char *fmt, ...)
-    BOUND_TO(sscanf);
+KERNEL_SCANF(2, 3)
+int KERNEL_SERVICE(sscanf)(const char *buf, const char *fmt, ...) BOUND_TO(sscanf);
 int KERNEL_SERVICE(kstrtouint)(const char *s, unsigned int base, unsigned int *res)
     BOUND_TO(kstrtouint);
 int KERNEL_SERVICE(kstrtobool)(const char *s, bool *res) BOUND_TO(kstrtobool);

@@ -17,7 +17,7 @@ class report_page {
     explicit report_page(char *buffer) : buffer_(buffer) {}
 
     // Appends as putbuf does.
-    __attribute__((format(gnu_printf, 2, 3))) void put(const char *format, ...);
+    KERNEL_PRINTF(2, 3) void put(const char *format, ...);
 
     ssize_t length() const { return static_cast<ssize_t>(length_); }
 

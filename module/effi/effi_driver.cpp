@@ -81,15 +81,18 @@ static int ovk_effi_resume(device *dev) {
     return 0;
 }
 
-}  // extern "C"
-
-static const of_device_id ovk_effi_of_ids[] = {
+extern const of_device_id ovk_effi_of_ids[];
+const of_device_id ovk_effi_of_ids[] = {
     {.name = "", .type = "", .compatible = "quorix,zt410-effi-mon", .data = &zt410_effi_info},
     {.name = "", .type = "", .compatible = "quorix,zt420-effi-mon", .data = &zt420_effi_info},
     {.name = "", .type = "", .compatible = "quorix,zt430-effi-mon", .data = &zt430_effi_info},
     {.name = "", .type = "", .compatible = "quorix,zt440-effi-mon", .data = &zt440_effi_info},
     {},
 };
+
+}  // extern "C"
+
+MODULE_DEVICE_TABLE(of, ovk_effi_of_ids);
 
 static const dev_pm_ops effi_pm_ops = {
     .suspend = ovk_effi_suspend,

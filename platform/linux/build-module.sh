@@ -9,10 +9,12 @@ shopt -s inherit_errexit
 
 usage() {
     cat >&2 <<'END'
-usage: build-module.sh [--kdir DIR | --release 5.10|6.1|6.12] [--cross PREFIX] [--out DIR]
+usage: build-module.sh [--kdir DIR | --release 5.10|6.1|6.12] [--cross PREFIX | --llvm [-VERSION]]
+                       [--out DIR]
   --kdir DIR         build folder or headers of the kernel to build for
   --release VERSION  without --kdir: Debian's kernel of that version, fetched once (default 6.1)
   --cross PREFIX     of the compiler and binutils (default aarch64-linux-gnu-)
+  --llvm [-VERSION]  build with clang, lld and LLVM's tools, for instance --llvm -16
   --out DIR          default build/linux-VERSION, or build/linux with --kdir
 END
     exit 2
@@ -28,6 +30,8 @@ repository=$(realpath "$here/../..")
 kernel_folder=
 release=6.1
 cross=aarch64-linux-gnu-
+llvm=false
+version=
 out=
 
 default_folder() {
@@ -40,8 +44,13 @@ default_folder() {
 
 parse_arguments() {
     while (($# > 0)); do
-        (($# > 1)) || usage
         case $1 in
+        --llvm)
+            llvm=true
+            [[ ${2:-} != -[0-9]* ]] || { version=$2 && shift; }
+            shift && continue
+            ;;
+        *) (($# > 1)) || usage ;;&
         --kdir) kernel_folder=$(realpath "$2") ;;
         --release) release=$2 ;;
         --cross) cross=$2 ;;
@@ -56,47 +65,59 @@ parse_arguments() {
 }
 
 # The version that Debian's headers ask for by name, or whatever the prefix has.
-compiler() { # gcc|g++
+gnu_compiler() { # gcc|g++
     command -v "$cross$1-12" || command -v "$cross$1" || fail "there is no $cross$1"
 }
 
-# The build writes beside its Kbuild: give it a folder of links.
-link_sources() { # FOLDER FILE...
-    local folder=$1
-    shift
-    mkdir -p "$folder"
-    ln -sf "$@" "$folder/"
+# Sets `toolchain`, variables of the kernel's build, and `flags`, the compiler's. Older kernels know LLVM's tools by their names
+# only, without a version.
+choose_toolchain() {
+    toolchain=(CROSS_COMPILE="$cross")
+    flags=(-Werror)
+    if $llvm; then
+        command -v "clang$version" >/dev/null || fail "there is no clang$version"
+        toolchain+=(CC="clang$version" OVK_CXX="clang++$version" LD="ld.lld$version"
+            AR="llvm-ar$version" NM="llvm-nm$version" OBJCOPY="llvm-objcopy$version"
+            OBJDUMP="llvm-objdump$version" READELF="llvm-readelf$version"
+            STRIP="llvm-strip$version" LLVM_IAS=1
+            CONFIG_CC_IS_GCC= CONFIG_CC_IS_CLANG=y)
+        # A kernel that gcc built has set up gcc's warnings.
+        flags+=(-Wno-unknown-warning-option)
+    else
+        toolchain+=(CC="$(gnu_compiler gcc)" OVK_CXX="$(gnu_compiler g++)")
+    fi
 }
 
-# An object whose source is gone would still be examined.
-drop_stale_objects() {
-    local object source
-    find "$out/objects/ovk_bw" -path '*/module/*.o' | while IFS= read -r object; do
-        source=${object#"$out/objects/ovk_bw/"}
-        [[ -e $repository/${source%.o}.cpp ]] || rm "$object"
+# The build writes beside its sources: give it a folder of links. What has gone goes there, too.
+mirror() { # FROM TO NAME...
+    local from=$1 to=$2
+    shift 2
+    mkdir -p "$to"
+    find "$to" -xtype l -print -delete | while IFS= read -r link; do
+        rm -f "${link%.*}.o"
     done
+    (cd "$from" && find "$@" -type d -exec mkdir -p "$to/{}" \; \
+        -o -exec ln -sf "$from/{}" "$to/{}" \;)
 }
 
 # Type information for BPF takes a tool and, of C++, tells nothing: it is left out.
 kernel_make() { # FOLDER [VARIABLE=VALUE...]
     local folder=$1
     shift
-    make -C "$kernel_folder" -j"$(nproc)" M="$folder" ARCH=arm64 CROSS_COMPILE="$cross" \
-        CC="$(compiler gcc)" OVK_CXX="$(compiler g++)" KCFLAGS=-Werror \
-        CONFIG_DEBUG_INFO_BTF_MODULES= "$@" modules >"$folder/build.log" 2>&1 || {
+    make -C "$kernel_folder" -j"$(nproc)" M="$folder" ARCH=arm64 "${toolchain[@]}" \
+        KCFLAGS="${flags[*]}" CONFIG_DEBUG_INFO_BTF_MODULES= "$@" modules >"$folder/build.log" 2>&1 || {
         grep -vE '^(make|  [A-Z]+ )' "$folder/build.log" >&2
         fail "the build failed; the whole log is $folder/build.log"
     }
 }
 
 build_siblings() {
-    link_sources "$out/objects/siblings" "$repository"/lab/siblings/{Kbuild,*.c}
+    mirror "$repository/lab/siblings" "$out/objects/siblings" .
     kernel_make "$out/objects/siblings"
 }
 
 build_module() {
-    link_sources "$out/objects/ovk_bw" "$here"/{Kbuild,glue.c}
-    drop_stale_objects
+    mirror "$repository" "$out/objects/ovk_bw" Kbuild module platform
     kernel_make "$out/objects/ovk_bw" KBUILD_EXTRA_SYMBOLS="$out/objects/siblings/Module.symvers"
 }
 
@@ -116,14 +137,14 @@ strip_into_out() { # KO...
 # Asking the kernel's build what is to do takes seconds; most often nothing has changed. Folders
 # are looked at, too: they tell when a file went.
 up_to_date() {
-    [[ -e $out/built_for && $(<"$out/built_for") == "$kernel_folder $cross" ]] || return 1
-    [[ -z $(find "$repository"/{module,platform/kernel.h,platform/linux,lab/siblings} \
+    [[ -e $out/built_for && $(<"$out/built_for") == "$kernel_folder ${toolchain[*]}" ]] || return 1
+    [[ -z $(find "$repository"/{Kbuild,module,platform/kernel.h,platform/linux,lab/siblings} \
         "$kernel_folder/Module.symvers" -newer "$out/built_for" -print -quit) ]]
 }
 
 build() {
     rm -f "$out/built_for"
-    echo "$kernel_folder $cross" >"$out/building_for" # its age: sources may change meanwhile
+    echo "$kernel_folder ${toolchain[*]}" >"$out/building_for" # its age: sources may change meanwhile
     build_siblings
     build_module
     reject_unfit
@@ -136,6 +157,7 @@ main() {
     if [[ -z $kernel_folder ]]; then
         kernel_folder=$("$here/debian-kernel.sh" --release "$release" --out "$out/kernel" headers)
     fi
+    choose_toolchain
     [[ -e $kernel_folder/Module.symvers ]] || fail "$kernel_folder is no built kernel or headers"
     up_to_date || build
     echo "build-module: $out/ovk_bw.ko" >&2
