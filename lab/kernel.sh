@@ -14,7 +14,7 @@ chip_names() {
 }
 
 usage() {
-    cat >&2 <<END
+    cat <<END
 usage: ./run kernel [OPTIONS] [-c 'COMMANDS' | --script FILE]
   -c COMMANDS        run these in the guest, in the folder of the attributes, instead of a shell
   --script FILE      the same, from a file
@@ -37,6 +37,10 @@ The shell's emulator ends with Ctrl-A X, if the guest does not end by itself.
 Exit status: that of the commands; 1 the module can't be loaded or unloaded, 2 wrong usage, 3 the
 kernel or the chip objected to something, 124 no end within the time, 125 no end at all.
 END
+}
+
+refuse() {
+    usage >&2
     exit 2
 }
 
@@ -71,8 +75,8 @@ parse_arguments() {
     while (($# > 0)); do
         case $1 in
         --unloaded) unloaded=true && shift && continue ;;
-        -h | --help) usage ;;
-        *) (($# > 1)) || usage ;;&
+        -h | --help) usage && exit ;;
+        *) (($# > 1)) || refuse ;;&
         -c) commands=$2 && shift ;;
         --script) commands=$(<"$2") && shift ;;
         --soc) soc=$2 && shift ;;
@@ -87,11 +91,11 @@ parse_arguments() {
         --log) log=$(realpath -m "$2") && shift ;;
         --registers) registers=$(realpath -m "$2") && shift ;;
         --runs) runs=$(realpath -m "$2") && shift ;;
-        *) usage ;;
+        *) refuse ;;
         esac
         shift
     done
-    [[ -z $kernel_folder && -z $image || -n $kernel_folder && -n $image ]] || usage
+    [[ -z $kernel_folder && -z $image || -n $kernel_folder && -n $image ]] || refuse
 }
 
 # Absolute names of the device tree and of the scenario; the latter may be empty.

@@ -3,14 +3,20 @@
 
 #include <editline/readline.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <cinttypes>
+#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <istream>
 #include <memory>
 #include <ostream>
 #include <stdexcept>
+
+#include "platform/version.h"
 
 namespace sim {
 
@@ -113,18 +119,39 @@ const std::vector<console::command> &console::commands() {
         {"clock", "", "print the virtual microseconds since power-on", 0, 0, &console::clock},
         {"suspend", "", "put the system to sleep", 0, 0, &console::suspend},
         {"resume", "", "wake the system up", 0, 0, &console::resume},
-        {"help", "", "list the commands", 0, 0, &console::print_help},
-        {"quit", "", "end the session", 0, 0, &console::quit},
+        {"help", "[COMMAND]", "list the commands, or tell of one", 0, 1, &console::print_help},
+        {"quit", "", "end the session, as exit does", 0, 0, &console::quit},
     };
     return table;
 }
 
 console::console(simulator &target, std::ostream &out) : target_(target), out_(out) {}
 
-std::string console::help() {
+std::string error_name(long code) {
+    const char *name = strerrorname_np(static_cast<int>(-code));
+
+    return name != nullptr ? name : std::to_string(code);
+}
+
+std::vector<std::string> counted(const std::vector<std::string> &objections) {
+    std::vector<std::string> result;
+
+    for (auto at = objections.begin(); at != objections.end(); ++at) {
+        if (std::find(objections.begin(), at, *at) == at) {
+            const auto count = std::count(at, objections.end(), *at);
+            result.push_back(*at + (count > 1 ? " (" + std::to_string(count) + " times)" : ""));
+        }
+    }
+    return result;
+}
+
+std::string console::help(std::string_view wanted) {
     std::string text;
 
     for (const command &entry : commands()) {
+        if (!wanted.empty() && wanted != entry.name) {
+            continue;
+        }
         const std::string usage = std::string(entry.name) + " " + entry.arguments;
         text += "  " + usage;
         text +=
@@ -135,8 +162,11 @@ std::string console::help() {
 }
 
 void console::dispatch(std::string_view line) {
-    const std::string name = next_word(line);
+    std::string name = next_word(line);
 
+    if (name == "exit") {
+        name = "quit";
+    }
     if (name.empty() || name.starts_with('#')) {
         return;
     }
@@ -186,10 +216,105 @@ void console::run(std::istream &in) {
     }
 }
 
+namespace {
+
+console *on_terminal = nullptr;  // whose lines are completed: the library calls back without a word
+
+volatile std::sig_atomic_t interrupted = 0;
+
+extern "C" void interrupt(int) {
+    interrupted = 1;
+}
+
+// Ctrl-C then ends the wait for a key, and with it the line.
+class interrupt_guard {
+  public:
+    interrupt_guard() {
+        struct sigaction action = {};
+        action.sa_handler = interrupt;
+        sigaction(SIGINT, &action, &before_);
+    }
+    ~interrupt_guard() { sigaction(SIGINT, &before_, nullptr); }
+    interrupt_guard(const interrupt_guard &) = delete;
+    interrupt_guard &operator=(const interrupt_guard &) = delete;
+
+  private:
+    struct sigaction before_ = {};
+};
+
+// One after the other, then none.
+extern "C" char *next_completion(const char *word, int state) {
+    static std::vector<std::string> found;
+
+    if (state == 0) {
+        const auto typed = static_cast<std::size_t>(rl_point);
+        const std::string line = std::string(rl_line_buffer).substr(0, typed);
+        found = on_terminal->completions(line.substr(0, line.size() - std::strlen(word)), word);
+        const bool goes_on = found.size() == 1 && found[0].ends_with("+0x");
+        rl_completion_append_character = goes_on ? '\0' : ' ';
+    }
+    return static_cast<std::size_t>(state) < found.size()
+               ? strdup(found[static_cast<std::size_t>(state)].c_str())
+               : nullptr;
+}
+
+extern "C" char **complete(const char *word, int, int) {
+    rl_attempted_completion_over = 1;  // or else it would offer files
+    return rl_completion_matches(word, next_completion);
+}
+
+}  // namespace
+
+std::vector<std::string> console::completions(const std::string &start,
+                                              const std::string &word) const {
+    std::string_view rest = start;
+    const std::string name = next_word(rest);
+    std::vector<std::string> all;
+
+    if (name.empty() || name == "help") {
+        for (const command &entry : commands()) {
+            all.emplace_back(entry.name);
+        }
+    } else if (name == "cat" || name == "write") {
+        for (const host::attribute_info &attribute : target_.machine().attributes()) {
+            all.push_back(attribute.name);
+        }
+    } else if (name == "scenario") {
+        all = scenario_names(target_.soc());
+    } else if (name == "trace") {
+        all = {"on", "off", "show"};
+    } else if (name == "fail") {
+        all = {"alloc", "map", "node", "attr", "mask", "clear"};
+    } else {
+        for (const auto &node : target_.machine().tree().nodes()) {
+            if (!node->reg.empty()) {
+                all.push_back(node->name + (name == "hang" ? "" : "+0x"));
+            }
+        }
+    }
+    std::erase_if(all, [&word](const std::string &each) { return !each.starts_with(word); });
+    return all;
+}
+
 void console::run_interactively() {
+    const interrupt_guard guard;
+
+    on_terminal = this;
+    on_terminal_ = true;
     using_history();
+    rl_attempted_completion_function = complete;
+    rl_completer_word_break_characters = const_cast<char *>(" \t");
+    out_ << "ovk_bw " OVK_VERSION " on " << (target_.soc().empty() ? "a chip" : target_.soc())
+         << ", " << (target_.scenario().empty() ? "no traffic" : target_.scenario())
+         << ". load loads the module, help lists the commands, TAB completes.\n"
+         << std::flush;
     while (!ended_) {
         const std::unique_ptr<char, decltype(&std::free)> line(readline(prompt), &std::free);
+        if (interrupted != 0) {
+            interrupted = 0;
+            out_ << "\n";
+            continue;
+        }
         if (!line) {
             out_ << "\n";
             return;
@@ -198,13 +323,30 @@ void console::run_interactively() {
             add_history(line.get());
         }
         execute(line.get());
+        tell_oopses();
         out_.flush();
     }
 }
 
+void console::tell_oopses() {
+    for (const std::string &oops : counted(target_.machine().take_oopses())) {
+        out_ << "oops: " << oops << "\n";
+        oopses_ = true;
+    }
+}
+
 void console::report(const std::string &action, long code) {
-    if (code < 0) {
-        out_ << "error: " << action << ": " << code << "\n";
+    if (code >= 0) {
+        return;
+    }
+    succeeded_ = false;
+    out_ << "error: " << action << ": ";
+    if (!on_terminal_) {
+        out_ << code << "\n";
+    } else if (code == -ENOENT && !target_.machine().loaded()) {
+        out_ << "not loaded (see load)\n";
+    } else {
+        out_ << error_name(code) << "\n";
     }
 }
 
@@ -323,8 +465,13 @@ void console::resume(const words &) {
     report("resume", target_.machine().resume());
 }
 
-void console::print_help(const words &) {
-    out_ << help();
+void console::print_help(const words &arguments) {
+    const std::string text = help(arguments.empty() ? "" : arguments[0]);
+
+    if (text.empty()) {
+        throw usage_error("a command expected (see help), not '" + arguments[0] + "'");
+    }
+    out_ << text;
 }
 
 void console::quit(const words &) {

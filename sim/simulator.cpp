@@ -32,6 +32,10 @@ std::vector<std::string> chip_names() {
     return stems_in(data_directory / "chips");
 }
 
+std::vector<std::string> scenario_names(const std::string &soc) {
+    return soc.empty() ? std::vector<std::string>{} : stems_in(data_directory / "scenarios" / soc);
+}
+
 std::string listed(const std::vector<std::string> &names) {
     std::string text;
 
@@ -83,6 +87,7 @@ simulator::simulator(setup s)
 
 void simulator::set_scenario(const std::string &name_or_file) {
     bus_.set_scenario(find_scenario(setup_.soc, name_or_file));
+    scenario_ = name_or_file;
 }
 
 std::uint64_t simulator::address_of(const std::string &place) const {

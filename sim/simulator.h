@@ -14,6 +14,9 @@ namespace sim {
 // The chips that come with the project, by name: those of which there is a device tree.
 std::vector<std::string> chip_names();
 
+// The scenarios that come with a chip; none for one that is not the project's.
+std::vector<std::string> scenario_names(const std::string &soc);
+
 // "a, b or c".
 std::string listed(const std::vector<std::string> &names);
 
@@ -43,12 +46,14 @@ class simulator {
     const std::string &soc() const { return setup_.soc; }
 
     void set_scenario(const std::string &name_or_file);
+    const std::string &scenario() const { return scenario_; }  // as it was named; empty: none
 
     // The address that "NODE+0xOFF" or "0xADDRESS" names. Throws std::runtime_error.
     std::uint64_t address_of(const std::string &place) const;
 
   private:
     setup setup_;
+    std::string scenario_;
     chip_bus bus_;
     host::machine machine_;
 };

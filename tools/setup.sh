@@ -60,7 +60,7 @@ install_missing() {
 }
 
 # build_host DIRECTORY [CMAKE-OPTION...] [-- TARGET...]: configures the host side there and builds
-# the targets, or everything.
+# the targets, or everything. On a terminal the build shows how far it is.
 build_host() {
     local directory=$build/$1 options=() targets=()
     shift
@@ -73,7 +73,11 @@ build_host() {
         say "building in ${directory#"$top"/}"
     fi
     quietly "$directory/configure.log" cmake -S "$top" -B "$directory" -G Ninja "${options[@]}"
-    quietly "$directory/build.log" cmake --build "$directory" "${targets[@]}"
+    if [ -t 2 ] && ! ninja -C "$directory" -n "${targets[@]:1}" | grep -q 'no work to do'; then
+        ninja -C "$directory" "${targets[@]:1}" >&2
+    else
+        quietly "$directory/build.log" cmake --build "$directory" "${targets[@]}"
+    fi
 }
 
 # Sanitizers for addresses and for threads do not go together: the storm has a build of its own. It

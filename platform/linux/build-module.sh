@@ -8,15 +8,19 @@ set -euo pipefail
 shopt -s inherit_errexit
 
 usage() {
-    cat >&2 <<'END'
-usage: build-module.sh [--kdir DIR | --release 5.10|6.1|6.12] [--cross PREFIX | --llvm [-VERSION]]
-                       [--out DIR]
+    cat <<'END'
+usage: ./run module [--kdir DIR | --release 5.10|6.1|6.12] [--cross PREFIX | --llvm [-VERSION]]
+                    [--out DIR]
   --kdir DIR         build folder or headers of the kernel to build for
   --release VERSION  without --kdir: Debian's kernel of that version, fetched once (default 6.1)
   --cross PREFIX     of the compiler and binutils (default aarch64-linux-gnu-)
   --llvm [-VERSION]  build with clang, lld and LLVM's tools, for instance --llvm -16
   --out DIR          default build/linux-VERSION, or build/linux with --kdir
 END
+}
+
+refuse() {
+    usage >&2
     exit 2
 }
 
@@ -45,17 +49,18 @@ default_folder() {
 parse_arguments() {
     while (($# > 0)); do
         case $1 in
+        -h | --help) usage && exit ;;
         --llvm)
             llvm=true
             [[ ${2:-} != -[0-9]* ]] || { version=$2 && shift; }
             shift && continue
             ;;
-        *) (($# > 1)) || usage ;;&
+        *) (($# > 1)) || refuse ;;&
         --kdir) kernel_folder=$(realpath "$2") ;;
         --release) release=$2 ;;
         --cross) cross=$2 ;;
         --out) out=$2 ;;
-        *) usage ;;
+        *) refuse ;;
         esac
         shift 2
     done
