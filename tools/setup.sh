@@ -13,6 +13,7 @@ kernel_packages=(flex bison bc libssl-dev libelf-dev xz-utils)
 llvm_packages=(clang-16 lld-16 llvm-16)
 check_packages=(libgtest-dev clang-format-14 clang-tidy-14 shellcheck mandoc dt-schema)
 bench_packages=(libbenchmark-dev)
+package_packages=(debhelper dh-dkms dkms lintian dpkg-dev cpio)
 fuzz_packages=(clang-14 libclang-rt-14-dev)
 
 say() {
