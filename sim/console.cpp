@@ -251,7 +251,7 @@ extern "C" char *next_completion(const char *word, int state) {
         const std::string line = std::string(rl_line_buffer).substr(0, typed);
         found = on_terminal->completions(line.substr(0, line.size() - std::strlen(word)), word);
         const bool goes_on = found.size() == 1 && found[0].ends_with("+0x");
-        rl_completion_append_character = goes_on ? '\0' : ' ';
+        rl_completion_append_character = static_cast<unsigned char>(goes_on ? '\0' : ' ');
     }
     return static_cast<std::size_t>(state) < found.size()
                ? strdup(found[static_cast<std::size_t>(state)].c_str())
