@@ -117,10 +117,10 @@ TEST(traffic_generator, has_no_engines_but_those_that_the_tree_describes) {
     for (auto &[variation, engines] : cases) {
         rig r(std::move(variation));
         EXPECT_EQ(r.loaded().read("fake_engine"), engines);
-        EXPECT_EQ(writes_of(r, "fake_eng_loop", "0 1\n"), lines{});
         EXPECT_EQ(writes_of(r, "fake_engine", "0 0 1000 1 0\n"), lines{});
-        EXPECT_EQ(r.log(), (lines{"<3>[OVK_BW]Wrong Argument!!",
-                                  "<6>id = 0, start = 0, size = 1000, type = 1, pattern = 0"}));
+        EXPECT_EQ(writes_of(r, "fake_eng_loop", "0 1\n"), lines{});
+        EXPECT_EQ(r.log(), (lines{"<6>id = 0, start = 0, size = 1000, type = 1, pattern = 0",
+                                  "<3>[OVK_BW]Wrong Argument!!"}));
     }
 }
 

@@ -272,12 +272,12 @@ static std::string heading(int colour, const std::string &name, int id) {
 // common is passed over, in a module of several parts with a message. Modules with larbs are
 // listed by their positions, not their ids.
 TEST(module_list, holds_modules_with_all_their_groups) {
-    rig r(list_of(module_node(10, "CPU", "CPU") + module_node(11, "GPU", "GFX") +
-                  module_node(12, "BOTH", "TS",
+    rig r(list_of(module_node(10, "BOTH", "TS",
                               "a { larb-id = <4>; port-list = <0 2>; }; n { };"
                               "b { common-id = <1>; port-list = <7>; };"
                               "x { status = \"disabled\"; larb-id = <5>; port-list = <1>; };"
                               "c { larb-id = <3>; port-list = <31>; };") +
+                  module_node(11, "CPU", "CPU") + module_node(12, "GPU", "GFX") +
                   module_node(13, "MIX", "INPUT",
                               "mix-module; m { d { larb-id = <6>; port-list = <1>; }; };"
                               "n { e { }; f { common-id = <2>; port-list = <0 3>; }; };") +
@@ -294,16 +294,17 @@ TEST(module_list, holds_modules_with_all_their_groups) {
                added({"a", "b", "c", "d"}) + lines{"<3>[OVK_BW] error to parse larb/common id"} +
                added({"f", "g", "h", "i", "j", "k", "l"}) + lines{"<3>[OVK_BW] fifo_cnt: 0"}));
     EXPECT_EQ(r.read("ip_config"),
-              heading(47, "CPU", 10) + "EMI_PORT[ 0 1 ]\n\n" + heading(45, "GPU", 11) +
-                  "EMI_PORT[ 7 ]\n\n" + heading(46, "BOTH", 12) +
+              heading(46, "BOTH", 10) +
                   "SMI_LARB_4 : PORT[ 0 2 ]\nSMI_LARB_3 : PORT[ 31 ]\nSMI_COMM_1 : PORT[ 7 ]\n\n" +
-                  heading(43, "MIX", 13) + "SMI_LARB_6 : PORT[ 1 ]\nSMI_COMM_2 : PORT[ 0 3 ]\n\n" +
+                  heading(47, "CPU", 11) + "EMI_PORT[ 0 1 ]\n\n" + heading(45, "GPU", 12) +
+                  "EMI_PORT[ 7 ]\n\n" + heading(43, "MIX", 13) +
+                  "SMI_LARB_6 : PORT[ 1 ]\nSMI_COMM_2 : PORT[ 0 3 ]\n\n" +
                   heading(42, "LARBS", 14) + "SMI_LARB_7 : PORT[ 1 2 ]\nSMI_LARB_0 : PORT[ ]\n\n" +
                   heading(47, "COMMONS", 15) + "SMI_COMM_2 : PORT[ 5 ]\nSMI_COMM_0 : PORT[ ]\n\n" +
                   heading(47, "BYTES", 16) + "SMI_LARB_7 : PORT[ 1 ]\nSMI_LARB_0 : PORT[ ]\n\n" +
                   heading(45, "GOP", 0) + "\n");
     EXPECT_EQ(r.read("larb_module_list"),
-              "2 : BOTH         3 : MIX          4 : LARBS        \n6 : BYTES        \n");
+              "0 : BOTH         3 : MIX          4 : LARBS        \n6 : BYTES        \n");
 }
 
 // SUM and REF_EMI are the last two of three modules, whatever they call themselves: the first
