@@ -20,5 +20,6 @@ lint() { # BUILD SOURCE...
 
 export -f lint
 git ls-files --cached --others --exclude-standard -- \
-    'module/*.cpp' 'devicetree/*.cpp' 'soc/*.cpp' 'platform/host/*.cpp' 'sim/*.cpp' |
+    'module/*.cpp' 'devicetree/*.cpp' 'soc/*.cpp' 'platform/host/*.cpp' 'sim/*.cpp' \
+    'ovk/*.cpp' ':!ovk/tests' |
     xargs -n 2 bash -c 'lint "$@"' lint "$1"

@@ -37,8 +37,15 @@ class source {
     // without time stamps.
     virtual std::vector<std::string> log() = 0;
 
+    // False when the messages can't be seen, for want of permission: that log() has none tells
+    // nothing then.
+    virtual bool has_log() { return true; }
+
     // The source's clock, in ns since its boot.
     virtual std::int64_t now() = 0;
+
+    // Waits until its clock says so. Throws failure(interrupted).
+    virtual void wait_until(std::int64_t time_ns);
 
     // The names of the attributes that are there.
     virtual std::vector<std::string> attributes() = 0;
