@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // ovk: the module's reports as data.
+#include <unistd.h>
+
 #include <iostream>
 
 #include "ovk/base/interrupt.h"
@@ -7,5 +9,5 @@
 
 int main(int argc, char **argv) {
     ovk::watch_for_interrupts();
-    return ovk::run_program(argc, argv, std::cout, std::cerr);
+    return ovk::run_program(argc, argv, std::cout, std::cerr, isatty(STDERR_FILENO) != 0);
 }

@@ -14,6 +14,7 @@ namespace ovk {
 struct context {
     std::ostream &out;  // what was asked for, and nothing else
     std::ostream &err;
+    bool terminal;                           // whether somebody sees `err` as it comes
     std::string source_name = {};            // empty: this machine
     exit_status status = exit_status::good;  // of a command that comes to its end
 

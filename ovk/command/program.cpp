@@ -12,6 +12,8 @@ namespace {
 // In the order of the help.
 constexpr void (*commands[])(CLI::App &, context &) = {
     add_read,
+    add_write,
+    add_record,
 };
 
 constexpr const char *footer =
@@ -52,8 +54,9 @@ int parse_and_run(int argc, const char *const *argv, context &shared) {
 
 }  // namespace
 
-int run_program(int argc, const char *const *argv, std::ostream &out, std::ostream &err) {
-    context shared{out, err};
+int run_program(int argc, const char *const *argv, std::ostream &out, std::ostream &err,
+                bool terminal) {
+    context shared{out, err, terminal};
 
     try {
         return parse_and_run(argc, argv, shared);

@@ -16,6 +16,8 @@ struct kind {
 };
 
 constexpr kind kinds[] = {
+    {"sysfs", open_sysfs, false},
+    {"file", open_recording, true},
 #ifdef OVK_HAS_SIMULATOR
     {"sim", open_sim, true},
 #endif

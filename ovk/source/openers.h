@@ -10,6 +10,8 @@
 
 namespace ovk {
 
+std::unique_ptr<source> open_sysfs(const std::string &name, const std::string &rest);
+std::unique_ptr<source> open_recording(const std::string &name, const std::string &rest);
 std::unique_ptr<source> open_sim(const std::string &name, const std::string &rest);
 
 }  // namespace ovk
