@@ -9,7 +9,7 @@ simulator_packages=(g++ cmake ninja-build pkg-config libfdt-dev device-tree-comp
     libcli11-dev libtomlplusplus-dev libedit-dev nlohmann-json3-dev)
 module_packages=(make gcc-12-aarch64-linux-gnu g++-12-aarch64-linux-gnu kmod)
 lab_packages=(qemu-system-arm cpio)
-check_packages=(libgtest-dev clang-format-14 clang-tidy-14 shellcheck mandoc)
+check_packages=(libgtest-dev clang-format-14 clang-tidy-14 shellcheck mandoc busybox toybox mksh)
 bench_packages=(libbenchmark-dev)
 fuzz_packages=(clang-14 libclang-rt-14-dev)
 

@@ -16,8 +16,8 @@ struct kind {
 };
 
 constexpr kind kinds[] = {
-    {"sysfs", open_sysfs, false},
-    {"file", open_recording, true},
+    {"sysfs", open_sysfs, false}, {"ssh", open_ssh, true},        {"adb", open_adb, false},
+    {"exec", open_exec, true},    {"file", open_recording, true},
 #ifdef OVK_HAS_SIMULATOR
     {"sim", open_sim, true},
 #endif

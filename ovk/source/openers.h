@@ -11,6 +11,9 @@
 namespace ovk {
 
 std::unique_ptr<source> open_sysfs(const std::string &name, const std::string &rest);
+std::unique_ptr<source> open_ssh(const std::string &name, const std::string &rest);
+std::unique_ptr<source> open_adb(const std::string &name, const std::string &rest);
+std::unique_ptr<source> open_exec(const std::string &name, const std::string &rest);
 std::unique_ptr<source> open_recording(const std::string &name, const std::string &rest);
 std::unique_ptr<source> open_sim(const std::string &name, const std::string &rest);
 
