@@ -32,6 +32,12 @@ class scratch {
         return path(name);
     }
 
+    // A program of the shell.
+    void put_program(const std::string &name, const std::string &commands) const {
+        std::filesystem::permissions(put(name, "#!/bin/sh\n" + commands + "\n"),
+                                     std::filesystem::perms::owner_all);
+    }
+
     std::string content(const std::string &name) const {
         std::ostringstream text;
         text << std::ifstream(path(name), std::ios::binary).rdbuf();
