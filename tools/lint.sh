@@ -39,7 +39,7 @@ for folder in $(sources 'module/*.cpp' | xargs -n 1 dirname | sort -u) devicetre
     [[ $folder != module/* ]] || checks=$analysis
     lint "$checks" "$work/${folder//\//_}.cpp" || status=1
 done
-for source in $(sources 'soc/*.cpp'); do
+for source in $(sources 'soc/*.cpp' 'ovk/*.cpp' ':!ovk/tests'); do
     lint '' "$source" || status=1
 done
 exit "$status"

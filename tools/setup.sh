@@ -6,12 +6,13 @@ top=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 build=$top/build
 
 simulator_packages=(g++ cmake ninja-build pkg-config libfdt-dev device-tree-compiler
-    libcli11-dev libtomlplusplus-dev libedit-dev)
+    libcli11-dev libtomlplusplus-dev libedit-dev nlohmann-json3-dev)
 module_packages=(make gcc-12-aarch64-linux-gnu g++-12-aarch64-linux-gnu kmod)
 lab_packages=(qemu-system-arm cpio)
 kernel_packages=(flex bison bc libssl-dev libelf-dev xz-utils)
 llvm_packages=(clang-16 lld-16 llvm-16)
-check_packages=(libgtest-dev clang-format-14 clang-tidy-14 shellcheck mandoc dt-schema)
+check_packages=(libgtest-dev clang-format-14 clang-tidy-14 shellcheck mandoc dt-schema
+    busybox toybox mksh)
 bench_packages=(libbenchmark-dev)
 package_packages=(debhelper dh-dkms dkms lintian dpkg-dev cpio)
 fuzz_packages=(clang-14 libclang-rt-14-dev)

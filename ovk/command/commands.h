@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// The commands, a file each. Each of these functions adds one to the command line; it runs when the
+// command line has been understood, and ends with context::status or by throwing failure.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include "ovk/command/context.h"
+
+namespace ovk {
+
+void add_read(CLI::App &app, context &shared);
+void add_write(CLI::App &app, context &shared);
+void add_record(CLI::App &app, context &shared);
+
+}  // namespace ovk
