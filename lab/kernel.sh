@@ -31,6 +31,7 @@ usage: ./run kernel [OPTIONS] [-c 'COMMANDS' | --script FILE]
   --unloaded         do not load the modules; start in /
   --timeout SECONDS  for COMMANDS, boot included (default 120)
   --log FILE         the kernel's console (default build/kernel-console.log)
+  --program FILE     puts a static arm64 program into the guest's /bin
   --registers FILE   the chip's registers, 64 MiB from 0x1c000000, to look at or to disturb
   --runs FILE        a line for every run of a bandwidth monitor, with start and end
 The shell's emulator ends with Ctrl-A X, if the guest does not end by itself.
@@ -68,6 +69,7 @@ commands=
 unloaded=false
 time_limit=120
 log=$build/kernel-console.log
+program=
 registers=
 runs=
 
@@ -89,6 +91,7 @@ parse_arguments() {
         --image) image=$(realpath "$2") && shift ;;
         --timeout) time_limit=$2 && shift ;;
         --log) log=$(realpath -m "$2") && shift ;;
+        --program) program=$(realpath "$2") && shift ;;
         --registers) registers=$(realpath -m "$2") && shift ;;
         --runs) runs=$(realpath -m "$2") && shift ;;
         *) refuse ;;
@@ -170,6 +173,7 @@ make_root() {
     mkdir -p "$root/bin" "$root/etc" "$folder"
     cp "$busybox" "$root/bin/busybox"
     cp "$session" "$root/bin/ovk-session"
+    [[ -z $program ]] || cp "$program" "$root/bin/"
     cp "$modules"/*.ko "$folder/"
     : | tee "$folder/modules.order" "$folder/modules.builtin" >"$folder/modules.builtin.modinfo"
     /sbin/depmod -b "$root" "$kernel_release"
