@@ -3,8 +3,8 @@
 #
 # lint.sh: checks the sources with clang-tidy.
 #
-# Headers take most of its time. Sources of one folder are therefore looked at as one, except in the
-# chip model, whose blocks have registers of the same names.
+# Headers take most of its time. Sources of one folder are therefore looked at as one, except where
+# they use the same names: the registers of the chip's blocks, the commands of ovk.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 work=$(mktemp -d)
@@ -33,13 +33,14 @@ lint() { # CHECKS SOURCE
 }
 
 status=0
-for folder in $(sources 'module/*.cpp' | xargs -n 1 dirname | sort -u) devicetree platform/host sim; do
+for folder in $(sources 'module/*.cpp' | xargs -n 1 dirname | sort -u) devicetree platform/host sim \
+    ovk/base ovk/source; do
     sources ":(glob)$folder/*.cpp" | sed 's/.*/#include "&"/' >"$work/${folder//\//_}.cpp"
     checks=
     [[ $folder != module/* ]] || checks=$analysis
     lint "$checks" "$work/${folder//\//_}.cpp" || status=1
 done
-for source in $(sources 'soc/*.cpp' 'ovk/*.cpp' ':!ovk/tests'); do
+for source in $(sources 'soc/*.cpp' 'ovk/command/*.cpp' 'ovk/main.cpp'); do
     lint '' "$source" || status=1
 done
 exit "$status"

@@ -50,7 +50,7 @@ int errno_of(const std::string &messages) {
     return found == std::end(reasons) ? 0 : found->error;
 }
 
-std::string quoted(const std::string &text) {
+std::string as_word(const std::string &text) {
     std::string result = "'";
     for (const char each : text) {
         result += each == '\'' ? std::string("'\\''") : std::string(1, each);
@@ -68,7 +68,7 @@ class shell_source : public source {
   public:
     shell_source(std::string name, const words &program)
         : name_(std::move(name)), link_(name_, program), directory_(directory()) {
-        const shell_answer there = link_.run("[ -d " + quoted(directory_) + " ]");
+        const shell_answer there = link_.run("[ -d " + as_word(directory_) + " ]");
         if (!there.succeeded) {
             throw failure(exit_status::unreachable,
                           name_ + ": there is no " + directory_ + "; load the module ovk_bw there");
@@ -104,7 +104,7 @@ class shell_source : public source {
     std::int64_t now() override { return link_.run("true").end_ns; }
 
     std::vector<std::string> attributes() override {
-        std::istringstream listed(link_.run("ovk_list " + quoted(directory_)).output);
+        std::istringstream listed(link_.run("ovk_list " + as_word(directory_)).output);
         words names;
         for (std::string each; std::getline(listed, each);) {
             names.push_back(each);
@@ -128,7 +128,7 @@ class shell_source : public source {
     }
 
     std::string path_of(std::string_view attribute) const {
-        return quoted(directory_ + "/" + checked_name(name_, attribute));
+        return as_word(directory_ + "/" + checked_name(name_, attribute));
     }
 
     // A message counts as much as the status: one of the two may be lost.
@@ -147,7 +147,7 @@ class shell_source : public source {
     }
 
     std::string log_text(const std::string &filter) {
-        shell_answer came = link_.run("ovk_since " + quoted(filter));
+        shell_answer came = link_.run("ovk_since " + as_word(filter));
         has_log_ = is_clean(came);
         return has_log_ ? came.output : "";
     }
