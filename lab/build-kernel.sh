@@ -77,7 +77,7 @@ source=$build/kernel-source-$release
 folder=$build/kernel-$name
 fragments=("$top/lab/kernels/common.config" "$top/lab/kernels/$name.config")
 
-if [[ ! -e $folder/built || -n $(find "${fragments[@]}" -newer "$folder/built") ]]; then
+if [[ ! -e $folder/built ]] || ! cat "${fragments[@]}" | cmp -s - "$folder/fragment"; then
     install_missing "${module_packages[@]}" "${kernel_packages[@]}" "${packages[@]}"
     unpack_source
     build_kernel
