@@ -46,13 +46,8 @@ const auto &pick(choices &input, const list &entries) {
 }
 
 inline const chip &pick_chip(choices &input) {
-    static const std::vector<chip> chips = [] {
-        std::vector<chip> all;
-        for (const std::string &name : sim::chip_names()) {
-            all.emplace_back(name);
-        }
-        return all;
-    }();
+    static const std::vector<std::string> names = sim::chip_names();
+    static const std::vector<chip> chips(names.begin(), names.end());
     return pick(input, chips);
 }
 
@@ -89,9 +84,7 @@ inline void write(host::machine &machine, const std::string &name, const std::st
 
 // With the measuring times that the fuzzers set, the requests of an input end within an hour.
 inline void expect_end(const host::machine &machine) {
-    static constexpr std::uint64_t an_hour_in_us = 3'600'000'000;
-    expect(machine.waited_us() < an_hour_in_us, "us waited",
-           static_cast<long>(machine.waited_us()));
+    expect(machine.waited_us() < 3'600'000'000, "too many us waited");
 }
 
 }  // namespace fuzz

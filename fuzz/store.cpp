@@ -13,9 +13,10 @@ static const std::map<std::string, const char *> short_times = {{"bw_total", "%1
                                                                 {"bw_scomm", "%3$u"},
                                                                 {"bw_emi", "%3$u"}};
 
-static std::string printed(const char *format, unsigned a, unsigned b = 0, unsigned c = 0) {
+template <typename... numbers>
+static std::string printed(const char *format, numbers... arguments) {
     char text[80];
-    std::snprintf(text, sizeof text, format, a, b, c);
+    std::snprintf(text, sizeof text, format, arguments...);
     return text;
 }
 
@@ -28,6 +29,7 @@ class session {
         load();
     }
 
+    // reg_op goes wherever it is sent, also where the chip has no register.
     void act() {
         const int action = input_.ConsumeIntegralInRange(0, 31);
         const host::attribute_info attribute = pick(input_, machine_.attributes());
@@ -38,7 +40,10 @@ class session {
         } else {
             read(machine_, attribute);
         }
-        judge(attribute.name);
+        for (const std::string &oops : machine_.take_oopses()) {
+            expect(attribute.name == "reg_op" && oops.find("-bit ") != std::string::npos, oops);
+        }
+        expect_end(machine_);
     }
 
   private:
@@ -50,10 +55,10 @@ class session {
         }
     }
 
-    std::uint32_t register_address() {
+    unsigned register_address() {
         const devicetree::node &node = *pick(input_, machine_.tree().nodes());
         const std::uint64_t start = node.reg.empty() ? 0x1c000000 : node.reg[0].start;
-        return static_cast<std::uint32_t>(start) + 4 * input_.ConsumeIntegralInRange(0U, 1023U);
+        return static_cast<unsigned>(start) + 4 * input_.ConsumeIntegralInRange(0U, 1023U);
     }
 
     std::string line(const std::string &attribute) {
@@ -69,24 +74,17 @@ class session {
     // measures as long as it was told to.
     void write_some(const std::string &attribute, bool noise) {
         const bool in_software = !machine_.tree().by_name("bw_bist")->has("hw-loop");
-        for (int id = 0; attribute == "fake_engine" && in_software && id < 4; id++) {
-            write(machine_, "fake_eng_loop", std::to_string(id) + " 0");
+        for (unsigned id = 0; attribute == "fake_engine" && in_software && id < 4; id++) {
+            write(machine_, "fake_eng_loop", printed("%u 0", id));
         }
         const std::size_t more = input_.ConsumeIntegral<std::uint8_t>() == 0 ? 4096 : 0;
         write(machine_, attribute,
               noise ? input_.ConsumeRandomLengthString(32).append(more, '7') : line(attribute));
-        if (const auto found = short_times.find(attribute); found != short_times.end()) {
-            const auto number = [&] { return pick_number(input_); };
-            write(machine_, attribute, printed(found->second, number(), number(), number() % 16));
+        if (short_times.contains(attribute)) {
+            write(machine_, attribute,
+                  printed(short_times.at(attribute), pick_number(input_), pick_number(input_),
+                          pick_number(input_) % 16));
         }
-    }
-
-    // reg_op goes wherever it is sent, also where the chip has no register.
-    void judge(const std::string &attribute) {
-        for (const std::string &oops : machine_.take_oopses()) {
-            expect(attribute == "reg_op" && oops.find("-bit ") != std::string::npos, oops);
-        }
-        expect_end(machine_);
     }
 
     void disturb(int action) {

@@ -5,45 +5,27 @@
 
 #include "sim/console.h"
 #include "tests/attribute_list.h"
+#include "tests/pattern.h"
 #include "tests/rig.h"
 
 namespace tests {
 
-namespace {
+TEST(docs, describe_all_attributes_in_order_with_their_modes) {
+    std::ifstream page(OVK_SOURCE_DIR "/docs/attributes.md");
+    std::string described;
 
-std::string file(const std::string &name) {
-    std::ifstream stream(std::string(OVK_SOURCE_DIR) + "/" + name);
-    std::ostringstream text;
-
-    text << stream.rdbuf();
-    EXPECT_FALSE(text.str().empty()) << name;
-    return text.str();
-}
-
-// Name and mode of every attribute that docs/attributes.md describes, in its order.
-std::string documented_attributes() {
-    std::istringstream text(file("docs/attributes.md"));
-    std::string found;
-    std::string name;
-
-    for (std::string line; std::getline(text, line);) {
+    for (std::string line; std::getline(page, line);) {
         if (line.starts_with("## ")) {
-            name = line.substr(3);
+            described += line.substr(3);
         } else if (line.starts_with("| Mode | ")) {
-            found += name + " " + line.substr(9, 4) + "\n";
+            described += line.substr(8, 5) + "\n";
         }
     }
-    return found;
+    EXPECT_EQ(described, names_and_modes(attribute_list()));
 }
 
-}  // namespace
-
-TEST(docs, attributes_are_all_described_in_order_with_their_modes) {
-    EXPECT_EQ(documented_attributes(), names_and_modes(attribute_list()));
-}
-
-TEST(docs, manual_page_names_every_console_command) {
-    std::istringstream page(file("docs/ovk-sim.1"));
+TEST(docs, have_every_console_command_in_the_manual_page) {
+    std::ifstream page(OVK_SOURCE_DIR "/docs/ovk-sim.1");
     std::istringstream help(sim::console::help());
     std::string entries;
 
@@ -51,9 +33,7 @@ TEST(docs, manual_page_names_every_console_command) {
         entries += line.starts_with(".It Cm ") ? line.substr(6) + " " : "";
     }
     for (std::string line; std::getline(help, line);) {
-        std::istringstream words(line);
-        std::string name;
-        if (line.starts_with("  ") && line[2] != ' ' && words >> name) {
+        for (const std::string &name : groups_of(line, "  (\\w+).*")) {
             EXPECT_NE(entries.find(" " + name + " "), std::string::npos) << name;
         }
     }

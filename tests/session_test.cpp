@@ -1,67 +1,111 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Console sessions: files in which a line after "> " is a command, and the lines up to the next
-// one are what it must print, with the escape character as ESC. The first line names the chip. With
-// "loaded" in it the module is loaded before the first command; with "watched" in it the register
-// accesses that were traced and what the kernel logged follow what each command prints.
+// Console sessions: a line after "> " is a command, and the lines up to the next one are what it
+// must print. docs/tuning.md has one, too.
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 
 #include "sim/console.h"
 #include "tests/pattern.h"
-#include "tests/rig.h"
+#include "tests/report_text.h"
 
 namespace tests {
 
-static const std::filesystem::path folder = OVK_SOURCE_DIR "/tests/sessions";
+namespace {
 
-static std::vector<std::string> session_names() {
-    std::vector<std::string> names;
+const std::filesystem::path sources = OVK_SOURCE_DIR;
 
-    for (const auto &entry : std::filesystem::directory_iterator(folder)) {
+lines lines_of(const std::filesystem::path &file) {
+    std::ifstream stream(sources / file);
+    lines result;
+
+    for (std::string line; std::getline(stream, line);) {
+        result.push_back(line);
+    }
+    return result;
+}
+
+std::string joined(const lines &text) {
+    std::string result;
+
+    for (const std::string &line : text) {
+        result += line + "\n";
+    }
+    return result;
+}
+
+// The session's commands with what they print, or cause of register accesses and messages.
+std::string played(rig &r, const lines &session, bool watched) {
+    std::ostringstream out;
+    sim::console console(r.simulator(), out);
+
+    for (const std::string &line : session) {
+        if (line.starts_with("> ")) {
+            out << line << "\n";
+            console.execute(line.substr(2));
+            if (watched) {
+                console.execute("trace show");
+                console.execute("dmesg");
+            }
+        }
+    }
+    return out.str();
+}
+
+lines session_names() {
+    lines names;
+
+    for (const auto &entry : std::filesystem::directory_iterator(sources / "tests/sessions")) {
         names.push_back(entry.path().stem());
     }
     return names;
 }
 
-static std::string outcome(rig &r, const std::string &command, bool watched) {
-    std::ostringstream out;
-    sim::console console(r.simulator(), out);
-
-    console.execute(command);
-    if (watched) {
-        console.execute("trace show");
-        console.execute("dmesg");
-    }
-    return replaced(out.str(), "\033", "ESC");
-}
+}  // namespace
 
 class sessions : public testing::TestWithParam<std::string> {};
 
 INSTANTIATE_TEST_SUITE_P(console, sessions, testing::ValuesIn(session_names()),
                          [](const auto &name) { return name.param; });
 
+// The first line names the chip. With "loaded" in it the module is loaded before the first command;
+// with "watched" in it the register accesses that were traced and what the kernel logged follow
+// what each command prints. The escape character is ESC.
 TEST_P(sessions, print_what_they_must) {
-    std::ifstream file(folder / (GetParam() + ".session"));
-    std::string line;
-    std::string soc;
-    std::string expected;
-    std::string printed;
+    lines session = lines_of("tests/sessions/" + GetParam() + ".session");
+    const std::string first = session.at(0);
+    rig r(words_of(first).at(0));
 
-    file >> soc;
-    std::getline(file, line);
-    rig r(soc);
-    const bool watched = line.ends_with(" watched");
-    if (line.starts_with(" loaded")) {
+    session.erase(session.begin());
+    std::erase_if(session, [](const std::string &line) { return line.starts_with("#"); });
+    if (first.find(" loaded") != std::string::npos) {
         r.loaded();
     }
-    while (std::getline(file, line)) {
-        expected += line.starts_with("#") ? "" : line + "\n";
-        if (line.starts_with("> ")) {
-            printed += line + "\n" + outcome(r, line.substr(2), watched);
+    const std::string printed = played(r, session, first.ends_with(" watched"));
+    EXPECT_EQ(replaced(printed, "\033", "ESC"), joined(session));
+    EXPECT_NE(printed, "");
+}
+
+// Colours, cursor movements, blanks at the end of a line and empty lines at the end of an output
+// are not in the document.
+TEST(tuning, commands_of_the_walk_print_what_the_document_shows) {
+    lines start;
+    lines session;
+    bool in_session = false;
+
+    for (const std::string &line : lines_of("docs/tuning.md")) {
+        if (line.starts_with("```")) {
+            in_session = line == "```console";
+        } else if (in_session) {
+            session.push_back(line);
+        } else if (line.starts_with("./run --soc ")) {
+            start = words_of(line);
         }
     }
-    EXPECT_EQ(printed, expected);
+    rig r(start.at(2));
+    r.chip().set_scenario(sim::find_scenario(start.at(2), start.at(4)));
+    const std::string printed = replaced(plain(played(r, session, false)), " +\n", "\n");
+    EXPECT_EQ(replaced(printed, "\n+(\n> |\n$)", "$1"), joined(session));
     EXPECT_NE(printed, "");
 }
 

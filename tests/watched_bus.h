@@ -2,9 +2,7 @@
 // A chip of which a test watches one register: something happens right before each access to it.
 #pragma once
 
-#include <condition_variable>
 #include <functional>
-#include <mutex>
 
 #include "tests/rig.h"
 
@@ -24,7 +22,6 @@ class watched_bus : public sim::chip_bus {
         chip_bus::store(address, width, value);
     }
 
-    sim::chip_bus &chip() { return *this; }
     std::function<void()> on_access = [] {};
 
   private:
@@ -35,32 +32,6 @@ class watched_bus : public sim::chip_bus {
     }
 
     std::uint64_t address_;
-};
-
-// Holds a processor up until it is opened.
-class gate {
-  public:
-    void stand() {
-        std::unique_lock lock(guard_);
-        reached_ = true;
-        changed_.notify_all();
-        changed_.wait(lock, [this] { return open_; });
-    }
-    void wait_until_reached() {
-        std::unique_lock lock(guard_);
-        changed_.wait(lock, [this] { return reached_; });
-    }
-    void open() {
-        const std::lock_guard lock(guard_);
-        open_ = true;
-        changed_.notify_all();
-    }
-
-  private:
-    std::mutex guard_;
-    std::condition_variable changed_;
-    bool reached_ = false;
-    bool open_ = false;
 };
 
 // A loaded module on such a chip.

@@ -1,57 +1,65 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "lab/tests/chips.h"
 
-#include "tests/oracle.h"
+#include <fstream>
+
 #include "tests/rig.h"
 
 namespace lab {
 
-static constexpr std::uint32_t first_row_register = 0x0c;
-static constexpr std::uint32_t row_words = 8;
+std::vector<std::uint64_t> configuration_of(const devicetree::flat_tree &tree) {
+    std::vector<std::uint64_t> addresses;
 
-std::vector<const devicetree::node *> monitors_of(const devicetree::flat_tree &tree) {
-    std::vector<const devicetree::node *> result;
     for (const auto &node : tree.nodes()) {
         if (node->string("compatible").value_or("").ends_with("-effi-mon") && node->available()) {
-            result.push_back(node.get());
+            for (std::uint32_t offset = 0x0c; offset <= 0x28; offset += 4) {
+                addresses.push_back(node->reg.at(0).start + offset);
+            }
         }
     }
-    return result;
+    return addresses;
 }
 
-std::vector<std::uint32_t> row_of(const soc::register_file &registers,
-                                  const devicetree::node &monitor) {
-    std::vector<std::uint32_t> row;
-    for (std::uint32_t word = 0; word < row_words; ++word) {
-        row.push_back(registers.get32(monitor.reg.at(0).start + first_row_register + 4 * word));
-    }
-    return row;
-}
-
-std::vector<std::uint32_t> row_on_the_host(const std::string &soc) {
+void expect_configured(const std::string &soc, const soc::register_file &registers) {
     tests::rig host(soc);
-    const devicetree::node &monitor = *monitors_of(host.loaded().machine().tree()).front();
-    std::vector<std::uint32_t> row;
-    for (std::uint32_t word = 0; word < row_words; ++word) {
-        const std::uint64_t address = monitor.reg.at(0).start + first_row_register + 4 * word;
-        row.push_back(static_cast<std::uint32_t>(host.chip().peek(address, 32)));
-    }
-    return row;
-}
 
-void erase_row(soc::register_file &registers, const devicetree::node &monitor) {
-    for (std::uint32_t word = 0; word < row_words; ++word) {
-        registers.set32(monitor.reg.at(0).start + first_row_register + 4 * word, 0);
+    host.loaded();
+    for (const std::uint64_t address : configuration_of(host.machine().tree())) {
+        EXPECT_EQ(registers.get32(address), host.chip().peek(address, 32)) << std::hex << address;
     }
 }
 
 std::string enable_all(const devicetree::flat_tree &tree, std::uint32_t time_ms) {
-    std::string commands;
-    for (std::size_t id = 0; id < tests::modules_of(tree).size(); ++id) {
-        commands +=
-            "echo " + std::to_string(id) + " 1 " + std::to_string(time_ms) + " 0 >bw_total\n";
+    return "for id in $(seq 0 " + std::to_string(tests::modules_of(tree).size() - 1) +
+           "); do echo $id 1 " + std::to_string(time_ms) + " 0 >bw_total; done\n";
+}
+
+run_log::run_log(const std::string &file) {
+    std::ifstream in(file);
+    tests::monitor_run run;
+    std::uint64_t start = 0;
+    std::uint64_t end = 0;
+
+    while (in >> run.block >> run.mode >> run.selection >> start >> end) {
+        runs_.emplace(run, end - start);
     }
-    return commands;
+    EXPECT_TRUE(in.eof()) << file;
+}
+
+tests::run_length run_log::lengths() {
+    return [this](const tests::monitor_run &run) {
+        const auto first = runs_.lower_bound(run);
+        return first == runs_.upper_bound(run) ? 0 : runs_.extract(first).mapped();
+    };
+}
+
+tests::lines run_log::left() const {
+    tests::lines blocks;
+
+    for (const auto &[run, length] : runs_) {
+        blocks.push_back(run.block);
+    }
+    return blocks;
 }
 
 }  // namespace lab

@@ -2,25 +2,38 @@
 // What a test of the lab knows of the chips.
 #pragma once
 
-#include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
-#include "devicetree/flat_tree.h"
 #include "soc/register_file.h"
+#include "tests/oracle.h"
 
 namespace lab {
 
-// Monitors of the tree: their nodes, in its order.
-std::vector<const devicetree::node *> monitors_of(const devicetree::flat_tree &tree);
+// Where the monitors hold their efficiency configuration: eight registers each.
+std::vector<std::uint64_t> configuration_of(const devicetree::flat_tree &tree);
 
-// The efficiency configuration that a monitor holds, and what the host kernel gives all of a chip.
-std::vector<std::uint32_t> row_of(const soc::register_file &registers,
-                                  const devicetree::node &monitor);
-std::vector<std::uint32_t> row_on_the_host(const std::string &soc);
-void erase_row(soc::register_file &registers, const devicetree::node &monitor);
+// They hold what the host kernel gives them.
+void expect_configured(const std::string &soc, const soc::register_file &registers);
 
 // Commands that let every module take part in the total report.
 std::string enable_all(const devicetree::flat_tree &tree, std::uint32_t time_ms);
+
+// How long the runs of the chip's bandwidth monitors took, by what the chip itself wrote down.
+class run_log {
+  public:
+    explicit run_log(const std::string &file);
+
+    // For the oracle, which takes each run out of the log; one that the chip did not make lasted
+    // for nothing. The log must outlive it.
+    tests::run_length lengths();
+
+    // The blocks whose runs are left.
+    tests::lines left() const;
+
+  private:
+    std::multimap<tests::monitor_run, std::uint64_t> runs_;  // like ones in their order
+};
 
 }  // namespace lab

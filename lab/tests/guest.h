@@ -1,47 +1,43 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// A boot of the emulated machine for a test, from power-on to power-off.
+// A test that boots the emulated machine, from power-on to power-off.
 #pragma once
+
+#include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
 namespace lab {
 
-struct ending {
-    int status;  // of the commands, or what ./run kernel says about its own failures
-    std::string out;
-    std::string err;
-    std::string console;
+using lines = std::vector<std::string>;
 
-    // What the commands printed after a line "@@NAME", up to the next such line.
-    std::string section(const std::string &name) const;
-    std::vector<std::string> section_lines(const std::string &name) const;
-};
+class guest : public testing::Test {
+  protected:
+    guest();
+    ~guest() override;
 
-// What several processes must not share.
-class boot_files {
-  public:
-    boot_files();
-    ~boot_files();
-    boot_files(const boot_files &) = delete;
-    boot_files &operator=(const boot_files &) = delete;
+    // A file of this test's own. A boot leaves "log", "registers" and "runs" there, what the
+    // options of ./run kernel by these names are for.
+    std::string path(const std::string &file) const { return folder_ + "/" + file; }
 
-    std::string path(const std::string &name) const { return folder_ + "/" + name; }
+    // Runs the commands in the guest and expects them to succeed. What they printed.
+    std::string run(const lines &options, const std::string &commands) const;
 
   private:
     std::string folder_;
 };
 
-// Runs the commands in the guest; the folder keeps script, console, output and registers.
-ending run(const boot_files &files, const std::vector<std::string> &options,
-           const std::string &commands);
-ending run(const std::vector<std::string> &options, const std::string &commands);
+// What the commands printed after a line "@@NAME", up to the next "@@".
+std::string section(const std::string &printed, const std::string &name);
 
 std::string content_of(const std::string &file);
 void write_file(const std::string &file, const std::string &content);
-std::vector<std::string> lines_of(const std::string &text);
+lines lines_of(const std::string &text);
 
-// The kernel's release that the guest boots.
+// As ovk-session wants texts.
+std::string hexadecimal(const std::string &text);
+
+// The kernel that the guest boots: a release of Debian's, or a build of the lab's own.
 std::string release();
 
 }  // namespace lab

@@ -1,25 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // On the kernel that lets allocations fail and looks for lost memory. See ./run kernel --build.
-#include <gtest/gtest.h>
-
-#include <cstdio>
-
 #include "lab/tests/guest.h"
 #include "tests/attribute_list.h"
 
 namespace lab {
 
 namespace {
-
-std::string hexadecimal(const std::string &text) {
-    std::string digits;
-    for (const char each : text) {
-        char byte[3];
-        std::snprintf(byte, sizeof(byte), "%02x", static_cast<unsigned char>(each));
-        digits += byte;
-    }
-    return digits;
-}
 
 // Windows are short, so that the reports that take long have much to allocate and little to wait.
 std::string all_operations() {
@@ -37,11 +23,13 @@ std::string all_operations() {
 
 }  // namespace
 
-TEST(strict, every_allocation_of_every_read_write_and_load_may_fail) {
+class strict : public guest {};
+
+TEST_F(strict, every_allocation_of_every_read_write_and_load_may_fail) {
     if (release() != "strict") {
         GTEST_SKIP() << "allocations fail on the strict kernel only";
     }
-    const ending guest = run({"--timeout", "3000"}, R"(
+    const std::string printed = run({"--timeout", "3000"}, R"(
         mount -t debugfs debugfs /sys/kernel/debug
         leaks=/sys/kernel/debug/kmemleak
         # Those of the kernel's own start.
@@ -61,10 +49,9 @@ TEST(strict, every_allocation_of_every_read_write_and_load_may_fail) {
         cat $leaks
     )");
 
-    EXPECT_EQ(guest.status, 0) << guest.err << guest.out;
-    EXPECT_NE(guest.out.find("\nload: "), std::string::npos) << guest.out;
-    EXPECT_EQ(guest.section("leaks"), "");
-    EXPECT_NE(guest.out.find("@@leaks"), std::string::npos) << guest.out;
+    EXPECT_NE(printed.find("\nload: "), std::string::npos) << printed;
+    EXPECT_NE(printed.find("@@leaks"), std::string::npos) << printed;
+    EXPECT_EQ(section(printed, "leaks"), "");
 }
 
 }  // namespace lab
