@@ -197,8 +197,8 @@ TEST_P(differential, the_host_kernel_answers_as_a_real_kernel_does) {
     host.chip().set_scenario(sim::find_scenario(GetParam(), scenario));
     host.loaded();
 
-    const lines outcomes = in_guest(
-        run({"--soc", GetParam(), "--scenario", scenario, "--timeout", "300"}, script_of(all)));
+    const lines outcomes =
+        in_guest(run({"--soc", GetParam(), "--scenario", scenario}, script_of(all)));
 
     ASSERT_EQ(outcomes.size(), all.size());
     for (std::size_t i = 0; i < all.size(); ++i) {

@@ -22,7 +22,7 @@ guest::~guest() {
 std::string guest::run(const lines &options, const std::string &commands) const {
     const bool of_debian = std::isdigit(release().front()) != 0;
     std::string command = "'" OVK_SOURCE_DIR "/run' kernel";
-    lines arguments = {of_debian ? "--release" : "--build", release()};
+    lines arguments = {of_debian ? "--release" : "--build", release(), "--timeout", "600"};
 
     for (const std::string file : {"script", "log", "registers", "runs"}) {
         arguments.insert(arguments.end(), {"--" + file, path(file)});
