@@ -224,7 +224,7 @@ std::string module_file() {
 long load() {
     const open_file file(module_file(), O_RDONLY);
 
-    return syscall(SYS_finit_module, file.descriptor(), "", 0) == 0 ? 0 : -errno;
+    return file.good() && syscall(SYS_finit_module, file.descriptor(), "", 0) == 0 ? 0 : -errno;
 }
 
 long unload() {
