@@ -19,6 +19,8 @@ namespace {
 // Written to by the handler, never read: once there is something in it, it stays readable.
 std::array<int, 2> came = {-1, -1};
 
+int holders = 0;
+
 extern "C" void note_interrupt(int) {
     const int kept = errno;
     if (write(came[1], "", 1) < 0) {
@@ -26,9 +28,14 @@ extern "C" void note_interrupt(int) {
     }
 }
 
+// To be polled; -1 is passed over.
+int watched() {
+    return holders == 0 ? came[0] : -1;
+}
+
 bool has_come() {
-    pollfd asked = {came[0], POLLIN, 0};
-    return came[0] >= 0 && poll(&asked, 1, 0) > 0;
+    pollfd asked = {watched(), POLLIN, 0};
+    return asked.fd >= 0 && poll(&asked, 1, 0) > 0;
 }
 
 // For poll: milliseconds, negative for ever.
@@ -56,9 +63,17 @@ void throw_if_interrupted() {
     }
 }
 
+held_interrupts::held_interrupts() {
+    ++holders;
+}
+
+held_interrupts::~held_interrupts() {
+    --holders;
+}
+
 bool wait_for_input(int descriptor, milliseconds limit) {
     const auto end = std::chrono::steady_clock::now() + limit;
-    std::array<pollfd, 2> asked = {pollfd{descriptor, POLLIN, 0}, pollfd{came[0], POLLIN, 0}};
+    std::array<pollfd, 2> asked = {pollfd{descriptor, POLLIN, 0}, pollfd{watched(), POLLIN, 0}};
     milliseconds left = limit;
 
     for (;;) {

@@ -13,6 +13,16 @@ void watch_for_interrupts();
 // Throws failure(interrupted) when one came.
 void throw_if_interrupted();
 
+// While one of these is there, an interrupt that came is kept for later: what was moved can be put
+// back.
+class held_interrupts {
+  public:
+    held_interrupts();
+    ~held_interrupts();
+    held_interrupts(const held_interrupts &) = delete;
+    held_interrupts &operator=(const held_interrupts &) = delete;
+};
+
 // Waits until the descriptor has something to read, or its other end is closed; false: the time is
 // over. A descriptor of -1 never has. Throws failure(interrupted) as soon as one comes.
 using milliseconds = std::chrono::milliseconds;

@@ -12,5 +12,6 @@ namespace ovk {
 void add_read(CLI::App &app, context &shared);
 void add_write(CLI::App &app, context &shared);
 void add_record(CLI::App &app, context &shared);
+void add_report(CLI::App &app, context &shared);
 
 }  // namespace ovk

@@ -13,6 +13,7 @@ namespace {
 // In the order of the help.
 constexpr void (*commands[])(CLI::App &, context &) = {
     add_read,
+    add_report,
     add_write,
     add_record,
 };

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// Reports as JSON, and what is made of that: tables for people and for spreadsheets.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "ovk/report/report.h"
+
+namespace ovk {
+
+// Keeps the order of the members.
+using json = nlohmann::ordered_json;
+
+// Every member that such a report can have is there; null is what it does not know. Bytes of names
+// that are no UTF-8 are replaced.
+json json_of(const any_report &report);
+
+// The bytes as UTF-8.
+std::string utf8_of(const std::string &bytes);
+
+// One of the same kind that knows nothing, with an element in every list: all its members.
+json sample_of(const any_report &report);
+
+// A table for each list, without the columns that are empty throughout.
+std::string text_of(const json &report);
+
+// A row for each element of the main lists, with what the whole report has in the first columns.
+// The columns are the same for all reports of a kind. Empty: not known.
+std::string csv_of(const any_report &report);
+
+// Objects with the same members as the first one.
+std::string csv_of(const json &rows);
+
+}  // namespace ovk
