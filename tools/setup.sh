@@ -6,7 +6,7 @@ top=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 build=$top/build
 
 simulator_packages=(g++ cmake ninja-build pkg-config libfdt-dev device-tree-compiler
-    libcli11-dev libtomlplusplus-dev libedit-dev nlohmann-json3-dev)
+    libcli11-dev libtomlplusplus-dev libedit-dev nlohmann-json3-dev libjs-chart.js)
 module_packages=(make gcc-12-aarch64-linux-gnu g++-12-aarch64-linux-gnu kmod)
 lab_packages=(qemu-system-arm cpio)
 kernel_packages=(flex bison bc libssl-dev libelf-dev xz-utils)

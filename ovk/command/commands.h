@@ -13,5 +13,8 @@ void add_read(CLI::App &app, context &shared);
 void add_write(CLI::App &app, context &shared);
 void add_record(CLI::App &app, context &shared);
 void add_report(CLI::App &app, context &shared);
+void add_watch(CLI::App &app, context &shared);
+void add_plot(CLI::App &app, context &shared);
+void add_export(CLI::App &app, context &shared);
 
 }  // namespace ovk

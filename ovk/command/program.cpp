@@ -12,10 +12,7 @@ namespace {
 
 // In the order of the help.
 constexpr void (*commands[])(CLI::App &, context &) = {
-    add_read,
-    add_report,
-    add_write,
-    add_record,
+    add_read, add_report, add_write, add_record, add_watch, add_plot, add_export,
 };
 
 constexpr const char *footer =

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // ovk record: reports in rounds, each operation written down as it was.
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstring>
 #include <set>
@@ -7,6 +9,9 @@
 #include "ovk/base/interrupt.h"
 #include "ovk/command/commands.h"
 #include "ovk/command/duration.h"
+#include "ovk/report/sweep.h"
+#include "ovk/report/trace_events.h"
+#include "ovk/source/attribute_names.h"
 #include "ovk/source/recorder.h"
 #include "ovk/source/report_kinds.h"
 
@@ -22,13 +27,8 @@ struct request {
     std::int64_t for_ns = -1;  // below 0: no end
     std::uint64_t count = 0;   // 0: no end
     std::vector<std::string> reports = {"total"};
+    bool marker = false;
 };
-
-const char *attribute_of(const std::string &report) {
-    return std::find_if(std::begin(report_kinds), std::end(report_kinds),
-                        [&](const report_kind &each) { return report == each.name; })
-        ->attribute;
-}
 
 // One line on the terminal, or none elsewhere; errors come once for each attribute.
 class progress {
@@ -67,11 +67,22 @@ class progress {
     std::set<std::pair<std::string, int>> told_;
 };
 
+void mark(source &from, const any_report &report) {
+    if (!from.mark_trace(marker_lines(report, getpid()))) {
+        throw failure(exit_status::unreachable,
+                      from.name() + ": " + trace_marker_file +
+                          ": can't be written; mount tracefs there, or leave out --marker");
+    }
+}
+
 void take_round(source &from, const request &wanted, progress &shown) {
     for (const std::string &report : wanted.reports) {
-        const char *const attribute = attribute_of(report);
         throw_if_interrupted();
-        shown.tell_error(attribute, from.read(attribute).error);
+        const sweep taken = take_sweep(from, report);
+        shown.tell_error(taken.attribute, taken.error);
+        if (wanted.marker && taken.report) {
+            mark(from, *taken.report);
+        }
     }
 }
 
@@ -128,6 +139,8 @@ void add_record(CLI::App &app, context &shared) {
     command->add_option("--reports", wanted->reports, "What a round reads (default total)")
         ->delimiter(',')
         ->check(CLI::IsMember(names_of_reports()));
+    command->add_flag("--marker", wanted->marker,
+                      "Write the figures into the device's trace_marker, too");
     command->callback([&shared, wanted] { run_record(shared, *wanted); });
 }
 

@@ -2,6 +2,7 @@
 // ovk report: a report as figures.
 #include <algorithm>
 
+#include "ovk/base/whole_file.h"
 #include "ovk/command/commands.h"
 #include "ovk/report/render.h"
 #include "ovk/report/take.h"
@@ -15,6 +16,7 @@ struct request {
     std::string format = "text";
     std::optional<std::uint32_t> time_ms;
     std::optional<std::string> module;
+    std::string output;
     bool strict = false;
 };
 
@@ -137,9 +139,10 @@ const kind &kind_of(const request &wanted) {
 }
 
 std::string rendered(const any_report &report, const std::string &format) {
-    return format == "csv"    ? csv_of(report)
-           : format == "json" ? json_of(report).dump(2) + "\n"
-                              : text_of(json_of(report));
+    return format == "csv"           ? csv_of(report)
+           : format == "json"        ? json_of(report).dump(2) + "\n"
+           : format == "openmetrics" ? openmetrics_of(report)
+                                     : text_of(json_of(report));
 }
 
 void run_report(context &shared, const request &wanted) {
@@ -147,7 +150,12 @@ void run_report(context &shared, const request &wanted) {
     const auto from = shared.open();
     const any_report report = asked.take(*from, wanted);
 
-    shared.out << rendered(report, wanted.format) << std::flush;
+    const std::string text = rendered(report, wanted.format);
+    if (wanted.output.empty()) {
+        shared.out << text << std::flush;
+    } else {
+        write_whole_file(wanted.output, text);
+    }
     if (wanted.strict && !head_of(report).complete) {
         shared.status = exit_status::incomplete;
     }
@@ -164,9 +172,11 @@ void add_report(CLI::App &app, context &shared) {
         ->check(CLI::IsMember(
             std::vector<std::string>(std::begin(report_names), std::end(report_names))));
     command->add_option("--format", wanted->format, "How (default text)")
-        ->check(CLI::IsMember({"text", "json", "csv"}));
+        ->check(CLI::IsMember({"text", "json", "csv", "openmetrics"}));
     command->add_option("--time", wanted->time_ms, "Measuring time in ms; it stays set")
         ->check(CLI::PositiveNumber);
+    command->add_option("-o,--output", wanted->output,
+                        "File, replaced as a whole (default: standard output)");
     command->add_option("--module", wanted->module, "Id or name of a module");
     command->add_flag("--strict", wanted->strict, "Status 4 when something is missing in it");
     command->callback([&shared, wanted] { run_report(shared, *wanted); });

@@ -29,6 +29,9 @@ std::string text_of(const json &report);
 // The columns are the same for all reports of a kind. Empty: not known.
 std::string csv_of(const any_report &report);
 
+// For the node exporter: gauges in base units, without time stamps. What is not known is left out.
+std::string openmetrics_of(const any_report &report);
+
 // Objects with the same members as the first one.
 std::string csv_of(const json &rows);
 

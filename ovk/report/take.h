@@ -21,6 +21,9 @@ struct total_readings {
 };
 
 total_readings take_total(source &from);
+// The simple view where the first was cut, else nothing.
+std::optional<reading> take_simple_view(source &from, const reading &first,
+                                        const total_report &parsed);
 total_report parse_total(const total_readings &from);
 
 // Whether that is a full view that lost its totals.

@@ -46,22 +46,29 @@ bool is_cut(const total_report &report) {
     return report.view == "full" && !report.usage.percent && !report.head.complete;
 }
 
-total_readings take_total(source &from) {
-    total_readings taken{take_or_throw(from, "bw_total")};
-
-    if (taken.first.came.text.size() < report_room || !is_cut(parse_total(taken.first))) {
-        return taken;
+std::optional<reading> take_simple_view(source &from, const reading &first,
+                                        const total_report &parsed) {
+    if (first.came.text.size() < report_room || !is_cut(parsed)) {
+        return std::nullopt;
     }
     try {
         moved_setting view(from, "simple_mon", "0");
         view.move("1");
-        taken.simple = take_or_throw(from, "bw_total");
+        reading simple = take_or_throw(from, "bw_total");
         view.put_back();
+        return simple;
     } catch (const failure &error) {
         if (error.status() == exit_status::interrupted) {
             throw;
         }
+        return std::nullopt;
     }
+}
+
+total_readings take_total(source &from) {
+    total_readings taken{take_or_throw(from, "bw_total")};
+
+    taken.simple = take_simple_view(from, taken.first, parse_total(taken.first));
     return taken;
 }
 

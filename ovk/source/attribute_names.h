@@ -11,6 +11,7 @@ namespace ovk {
 constexpr const char *attribute_directory = "/sys/bus/platform/drivers/ovk-bw";
 constexpr const char *module_version_file = "/sys/module/ovk_bw/version";
 constexpr const char *compatible_file = "/proc/device-tree/compatible";
+constexpr const char *trace_marker_file = "/sys/kernel/tracing/trace_marker";
 
 // The name as it is, for a path or a shell. Throws failure(usage) for what can't be an attribute's:
 // only letters, digits, "_" and "-" are in one.

@@ -48,8 +48,8 @@ class file_source : public source {
         const recording_reader::place start = recorded_.here();
 
         while (const auto found = recorded_.next()) {
-            if (found->is_write == wanted.is_write && found->attribute == wanted.attribute &&
-                found->written == wanted.written) {
+            if (!found->is_mark && found->is_write == wanted.is_write &&
+                found->attribute == wanted.attribute && found->written == wanted.written) {
                 return take(*found);
             }
         }

@@ -11,7 +11,7 @@ recording_header describe_source(source &from);
 
 class recorder : public source {
   public:
-    recorder(source &from, recording_writer &to) : from_(from), to_(to) {}
+    recorder(source &from, operation_sink &to) : from_(from), to_(to) {}
 
     std::string name() const override { return from_.name(); }
     answer read(std::string_view attribute) override;
@@ -20,6 +20,9 @@ class recorder : public source {
     bool has_log() override { return from_.has_log(); }
     std::int64_t now() override { return from_.now(); }
     void wait_until(std::int64_t time_ns) override { from_.wait_until(time_ns); }
+    bool mark_trace(const std::vector<std::string> &lines) override {
+        return from_.mark_trace(lines);
+    }
     std::vector<std::string> attributes() override { return from_.attributes(); }
     std::string fact(std::string_view what) override { return from_.fact(what); }
 
@@ -27,7 +30,7 @@ class recorder : public source {
     answer note(operation done);
 
     source &from_;
-    recording_writer &to_;
+    operation_sink &to_;
     std::vector<std::string> log_;  // what nobody has asked for yet
 };
 

@@ -16,8 +16,9 @@ namespace ovk {
 
 struct operation {
     bool is_write = false;
-    std::string attribute;
-    std::string written = {};  // of a write
+    bool is_mark = false;  // made by somebody who watched; no attribute
+    std::string attribute = {};
+    std::string written = {};  // of a write, or what a mark says
     answer came = {};
     // The kernel's messages; nothing where they can't be seen.
     std::optional<std::vector<std::string>> log = {};
@@ -67,16 +68,23 @@ class recording_reader {
     recording_header header_;
 };
 
+// Who is told of operations as they are carried out.
+class operation_sink {
+  public:
+    virtual ~operation_sink() = default;
+    virtual void add(const operation &done) = 0;
+};
+
 // Writes every line whole and at once, so that the file can be read while it grows.
-class recording_writer {
+class recording_writer : public operation_sink {
   public:
     // Throws failure(usage) when the file can't be written.
     recording_writer(const std::string &file, const recording_header &header);
-    ~recording_writer();
+    ~recording_writer() override;
     recording_writer(const recording_writer &) = delete;
     recording_writer &operator=(const recording_writer &) = delete;
 
-    void add(const operation &done);
+    void add(const operation &done) override;
 
     std::size_t bytes() const { return bytes_; }
 

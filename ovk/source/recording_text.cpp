@@ -119,9 +119,12 @@ json json_of(const recording_header &header) {
 }
 
 json json_of(const operation &done) {
-    json line = {{"op", done.is_write ? "write" : "read"}, {"attribute", done.attribute}};
+    json line = {{"op", done.is_mark    ? "mark"
+                        : done.is_write ? "write"
+                                        : "read"},
+                 {"attribute", done.attribute}};
 
-    if (done.is_write) {
+    if (done.is_write || done.is_mark) {
         line["written"] = json_of_bytes(done.written);
     }
     line.update(json_of_answer(done.came));
@@ -157,11 +160,12 @@ operation operation_of(const json &line) {
     operation done;
 
     done.is_write = line.at("op") == "write";
-    if (!done.is_write && line.at("op") != "read") {
-        throw failure(exit_status::unreachable, "its operation is neither read nor write");
+    done.is_mark = line.at("op") == "mark";
+    if (!done.is_write && !done.is_mark && line.at("op") != "read") {
+        throw failure(exit_status::unreachable, "its operation is neither read, write nor mark");
     }
     done.attribute = line.at("attribute");
-    done.written = done.is_write ? bytes_of_json(line.at("written")) : "";
+    done.written = done.is_write || done.is_mark ? bytes_of_json(line.at("written")) : "";
     done.came = answer_of(line);
     done.log = log_of(line.at("log"));
     return done;

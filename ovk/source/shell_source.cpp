@@ -103,6 +103,13 @@ class shell_source : public source {
 
     std::int64_t now() override { return link_.run("true").end_ns; }
 
+    bool mark_trace(const std::vector<std::string> &lines) override {
+        return std::all_of(lines.begin(), lines.end(), [&](const std::string &line) {
+            link_.load_text(line);
+            return is_clean(link_.run(std::string("ovk_put ") + trace_marker_file));
+        });
+    }
+
     std::vector<std::string> attributes() override {
         std::istringstream listed(link_.run("ovk_list " + as_word(directory_)).output);
         words names;

@@ -50,6 +50,9 @@ class source {
     // The names of the attributes that are there.
     virtual std::vector<std::string> attributes() = 0;
 
+    // Writes lines to the kernel's trace_marker. False: there is none to be had.
+    virtual bool mark_trace(const std::vector<std::string> &) { return false; }
+
     // A fact about the device, empty where it is not known: "kernel_release", "module_version",
     // "chip_compatible".
     virtual std::string fact(std::string_view what) = 0;

@@ -103,6 +103,13 @@ class sysfs_source : public source {
         return time.tv_sec * std::int64_t{1'000'000'000} + time.tv_nsec;
     }
 
+    // One write a line: that is how the kernel tells them apart.
+    bool mark_trace(const std::vector<std::string> &lines) override {
+        return std::all_of(lines.begin(), lines.end(), [](const std::string &line) {
+            return write_whole(trace_marker_file, line) == 0;
+        });
+    }
+
     std::vector<std::string> attributes() override {
         std::vector<std::string> names;
         for (const auto &entry : std::filesystem::directory_iterator(directory_)) {

@@ -1,0 +1,91 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "ovk/report/replay.h"
+
+#include <algorithm>
+
+#include "ovk/report/parse.h"
+#include "ovk/report/take.h"
+
+namespace ovk {
+
+namespace {
+
+template <class report, report (*parse)(const reading &)>
+any_report parse_as(const reading &from) {
+    return parse(from);
+}
+
+struct report_attribute {
+    const char *name;
+    any_report (*parse)(const reading &);
+};
+
+constexpr report_attribute report_attributes[] = {
+    {"bw_total", parse_as<total_report, parse_total>},
+    {"bw_larb", parse_as<larb_report, parse_larb>},
+    {"bw_scomm", parse_as<scomm_report, parse_scomm>},
+    {"bw_emi", parse_as<emi_report, parse_emi>},
+    {"bw_bus", parse_as<bus_report, parse_bus>},
+    {"fifo_status", parse_as<fifo_report, parse_fifo>},
+};
+
+// They choose what is shown, not how the memory works.
+constexpr const char *selections[] = {"simple_mon", "bw_emi_detail", "bw_larb",
+                                      "larb_ostdl", "reg_op",        "debug_log_on"};
+
+bool is_selection(const operation &done) {
+    return std::find(std::begin(selections), std::end(selections), done.attribute) !=
+           std::end(selections);
+}
+
+bool is_total(const std::optional<operation> &done) {
+    return done && !done->is_write && done->attribute == "bw_total" && done->came.error == 0;
+}
+
+}  // namespace
+
+std::optional<any_report> parse_operation(const operation &done) {
+    const auto *found = std::find_if(std::begin(report_attributes), std::end(report_attributes),
+                                     [&](const auto &each) { return done.attribute == each.name; });
+
+    if (done.is_write || done.is_mark || done.came.error != 0 ||
+        found == std::end(report_attributes)) {
+        return std::nullopt;
+    }
+    return found->parse({done.came, done.log});
+}
+
+// The simple view is read right behind a full one that was cut.
+total_report replay::complete_total(total_report report) {
+    const recording_reader::place behind = recorded_.here();
+    const auto view = recorded_.next();
+
+    if (is_cut(report) && view && view->is_write && view->attribute == "simple_mon") {
+        const auto simple = recorded_.next();
+        if (is_total(simple)) {
+            add_simple_view(report, parse_total(reading{simple->came, simple->log}));
+            return report;
+        }
+    }
+    recorded_.go_back(behind);
+    return report;
+}
+
+std::optional<std::variant<any_report, recorded_event>> replay::next() {
+    while (const auto done = recorded_.next()) {
+        if (done->is_mark || (done->is_write && !is_selection(*done))) {
+            const std::string setting = done->attribute + " " + done->written;
+            return recorded_event{done->came.start_ns, done->is_mark,
+                                  done->is_mark ? done->written : setting};
+        }
+        if (auto report = parse_operation(*done)) {
+            if (auto *const total = std::get_if<total_report>(&*report)) {
+                *total = complete_total(std::move(*total));
+            }
+            return *report;
+        }
+    }
+    return std::nullopt;
+}
+
+}  // namespace ovk
