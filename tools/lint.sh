@@ -4,13 +4,14 @@
 # lint.sh: checks the sources with clang-tidy.
 #
 # Headers take most of its time. Sources of one folder are therefore looked at as one, except where
-# they use the same names: the registers of the chip's blocks, the commands of ovk.
+# they use the same names: the registers of the chip's blocks.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 flags=(-std=c++20 -I. -Imodule -Wall -Wextra '-DOVK_DATA_DIR=""' '-DOVK_MODULE_IMAGE=""'
-    '-DDEVICETREE_DTC=""')
+    '-DDEVICETREE_DTC=""' '-DOVK_PLOT_DIR=""'
+    '-DOVK_CHART_LIBRARY=""')
 
 # No sanitizer watches the kernel: what runs there is analyzed as well.
 analysis='clang-analyzer-*,-clang-analyzer-core.uninitialized.UndefReturn'
@@ -34,13 +35,13 @@ lint() { # CHECKS SOURCE
 
 status=0
 for folder in $(sources 'module/*.cpp' | xargs -n 1 dirname | sort -u) devicetree platform/host sim \
-    ovk/base ovk/source; do
+    ovk ovk/base ovk/command ovk/plot ovk/report ovk/source ovk/watch; do
     sources ":(glob)$folder/*.cpp" | sed 's/.*/#include "&"/' >"$work/${folder//\//_}.cpp"
     checks=
     [[ $folder != module/* ]] || checks=$analysis
     lint "$checks" "$work/${folder//\//_}.cpp" || status=1
 done
-for source in $(sources 'soc/*.cpp' 'ovk/command/*.cpp' 'ovk/main.cpp'); do
+for source in $(sources 'soc/*.cpp'); do
     lint '' "$source" || status=1
 done
 exit "$status"

@@ -15,6 +15,7 @@ std::string run_and_wait(const std::vector<std::string> &words) {
     pid_t process = -1;
     int status = 0;
 
+    arguments.reserve(words.size() + 1);
     for (const std::string &each : words) {
         arguments.push_back(const_cast<char *>(each.c_str()));
     }

@@ -8,13 +8,13 @@ namespace ovk {
 
 namespace {
 
-struct request {
+struct export_request {
     std::string recording;
     std::string format;
     std::string output;
 };
 
-void run_export(context &shared, const request &wanted) {
+void run_export(context &shared, const export_request &wanted) {
     const std::string text = trace_of(wanted.recording).dump() + "\n";
 
     if (wanted.output.empty()) {
@@ -27,7 +27,7 @@ void run_export(context &shared, const request &wanted) {
 }  // namespace
 
 void add_export(CLI::App &app, context &shared) {
-    const auto wanted = std::make_shared<request>();
+    const auto wanted = std::make_shared<export_request>();
     CLI::App *command = app.add_subcommand("export", "Turn a recording into what others open");
 
     command->add_option("RECORDING", wanted->recording, "What ovk record wrote")->required();

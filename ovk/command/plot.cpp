@@ -8,13 +8,13 @@ namespace ovk {
 
 namespace {
 
-struct request {
+struct plot_request {
     std::vector<std::string> recordings;
     std::string output;
     std::optional<double> penalty_percent;
 };
 
-void run_plot(const request &wanted) {
+void run_plot(const plot_request &wanted) {
     std::vector<json> recordings;
 
     for (const std::string &each : wanted.recordings) {
@@ -26,7 +26,7 @@ void run_plot(const request &wanted) {
 }  // namespace
 
 void add_plot(CLI::App &app, context &) {
-    const auto wanted = std::make_shared<request>();
+    const auto wanted = std::make_shared<plot_request>();
     CLI::App *command = app.add_subcommand("plot", "Draw a recording, or two over each other");
 
     command->add_option("RECORDING", wanted->recordings, "What ovk record wrote")

@@ -21,7 +21,7 @@ namespace {
 
 constexpr std::int64_t ns_per_s = 1'000'000'000;
 
-struct request {
+struct record_request {
     std::string file;
     std::int64_t every_ns = ns_per_s;
     std::int64_t for_ns = -1;  // below 0: no end
@@ -75,7 +75,7 @@ void mark(source &from, const any_report &report) {
     }
 }
 
-void take_round(source &from, const request &wanted, progress &shown) {
+void take_round(source &from, const record_request &wanted, progress &shown) {
     for (const std::string &report : wanted.reports) {
         throw_if_interrupted();
         const sweep taken = take_sweep(from, report);
@@ -87,7 +87,7 @@ void take_round(source &from, const request &wanted, progress &shown) {
 }
 
 // A round that takes longer than --every is followed by the next at once.
-void record_rounds(source &from, const request &wanted, const recording_writer &to,
+void record_rounds(source &from, const record_request &wanted, const recording_writer &to,
                    progress &shown) {
     const std::int64_t start = from.now();
     std::int64_t next = start;
@@ -103,7 +103,7 @@ void record_rounds(source &from, const request &wanted, const recording_writer &
     }
 }
 
-void run_record(context &shared, const request &wanted) {
+void run_record(context &shared, const record_request &wanted) {
     const auto from = shared.open();
     recording_writer to(wanted.file, describe_source(*from));
     recorder both(*from, to);
@@ -123,7 +123,7 @@ std::vector<std::string> names_of_reports() {
 }  // namespace
 
 void add_record(CLI::App &app, context &shared) {
-    const auto wanted = std::make_shared<request>();
+    const auto wanted = std::make_shared<record_request>();
     CLI::App *command = app.add_subcommand("record", "Write reports down, round after round");
 
     command->add_option("-o,--output", wanted->file, "File to write, JSON Lines")->required();

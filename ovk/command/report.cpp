@@ -11,7 +11,7 @@ namespace ovk {
 
 namespace {
 
-struct request {
+struct report_request {
     std::string report;
     std::string format = "text";
     std::optional<std::uint32_t> time_ms;
@@ -32,7 +32,7 @@ void keep_module(std::vector<record> &list, const std::string &module) {
     });
 }
 
-any_report take_total(source &from, const request &wanted) {
+any_report take_total(source &from, const report_request &wanted) {
     if (wanted.time_ms) {
         set_total_time(from, *wanted.time_ms);
     }
@@ -49,7 +49,7 @@ any_report take_total(source &from, const request &wanted) {
     return report;
 }
 
-any_report take_larb(source &from, const request &wanted) {
+any_report take_larb(source &from, const report_request &wanted) {
     if (!wanted.module && !wanted.time_ms) {
         return parse_larb(take_or_throw(from, "bw_larb"));
     }
@@ -61,28 +61,28 @@ any_report take_larb(source &from, const request &wanted) {
 }
 
 // What takes nothing but a time.
-void set_time(source &where, const char *attribute, const request &wanted) {
+void set_time(source &where, const char *attribute, const report_request &wanted) {
     if (wanted.time_ms) {
         set_or_throw(where, attribute, std::to_string(*wanted.time_ms));
     }
 }
 
-any_report take_scomm(source &from, const request &wanted) {
+any_report take_scomm(source &from, const report_request &wanted) {
     set_time(from, "bw_scomm", wanted);
     return parse_scomm(take_or_throw(from, "bw_scomm"));
 }
 
-any_report take_emi(source &from, const request &wanted) {
+any_report take_emi(source &from, const report_request &wanted) {
     set_time(from, "bw_emi", wanted);
     return parse_emi(take_or_throw(from, "bw_emi"));
 }
 
-any_report take_bus(source &from, const request &wanted) {
+any_report take_bus(source &from, const report_request &wanted) {
     set_time(from, "bw_emi", wanted);
     return parse_bus(take_bus(from));
 }
 
-any_report take_fifo(source &from, const request &wanted) {
+any_report take_fifo(source &from, const report_request &wanted) {
     fifo_report report = parse_fifo(take_or_throw(from, "fifo_status"));
 
     if (wanted.module) {
@@ -95,7 +95,7 @@ any_report take_fifo(source &from, const request &wanted) {
     return report;
 }
 
-any_report take_ports(source &from, const request &wanted) {
+any_report take_ports(source &from, const report_request &wanted) {
     ports_report report = take_ports(from);
 
     if (wanted.module) {
@@ -108,13 +108,13 @@ any_report take_ports(source &from, const request &wanted) {
     return report;
 }
 
-any_report take_limits(source &from, const request &) {
+any_report take_limits(source &from, const report_request &) {
     return take_limits(from);
 }
 
 struct kind {
     const char *name;
-    any_report (*take)(source &, const request &);
+    any_report (*take)(source &, const report_request &);
     bool has_time;
     bool has_modules;
 };
@@ -126,7 +126,7 @@ constexpr kind kinds[] = {
     {"ports", take_ports, false, true}, {"limits", take_limits, false, false},
 };
 
-const kind &kind_of(const request &wanted) {
+const kind &kind_of(const report_request &wanted) {
     const kind &found = *std::find_if(std::begin(kinds), std::end(kinds),
                                       [&](const kind &each) { return wanted.report == each.name; });
 
@@ -145,7 +145,7 @@ std::string rendered(const any_report &report, const std::string &format) {
                                      : text_of(json_of(report));
 }
 
-void run_report(context &shared, const request &wanted) {
+void run_report(context &shared, const report_request &wanted) {
     const kind &asked = kind_of(wanted);
     const auto from = shared.open();
     const any_report report = asked.take(*from, wanted);
@@ -164,7 +164,7 @@ void run_report(context &shared, const request &wanted) {
 }  // namespace
 
 void add_report(CLI::App &app, context &shared) {
-    const auto wanted = std::make_shared<request>();
+    const auto wanted = std::make_shared<report_request>();
     CLI::App *command = app.add_subcommand("report", "Print a report as figures");
 
     command->add_option("REPORT", wanted->report, "Which one")

@@ -16,7 +16,7 @@ namespace ovk {
 
 namespace {
 
-struct request {
+struct watch_request {
     std::vector<std::string> when;
     std::uint64_t in_row = 1;
     std::uint64_t keep = 60;
@@ -27,7 +27,7 @@ struct request {
     std::vector<std::string> command;
 };
 
-std::vector<condition> conditions_of(const request &wanted) {
+std::vector<condition> conditions_of(const watch_request &wanted) {
     std::vector<condition> found;
     for (const std::string &each : wanted.when) {
         found.emplace_back(each);
@@ -57,7 +57,7 @@ std::string numbered(const std::string &file, std::uint64_t number) {
 
 class watcher {
   public:
-    watcher(context &shared, const request &wanted)
+    watcher(context &shared, const watch_request &wanted)
         : shared_(shared),
           wanted_(wanted),
           alarm_(conditions_of(wanted), wanted.in_row),
@@ -140,7 +140,7 @@ class watcher {
     }
 
     context &shared_;
-    const request &wanted_;
+    const watch_request &wanted_;
     alarm alarm_;
     std::vector<std::string> reports_;
     std::unique_ptr<source> from_;
@@ -154,7 +154,7 @@ class watcher {
 }  // namespace
 
 void add_watch(CLI::App &app, context &shared) {
-    const auto wanted = std::make_shared<request>();
+    const auto wanted = std::make_shared<watch_request>();
     CLI::App *command =
         app.add_subcommand("watch", "Wait for a condition, and record what came before it");
 

@@ -8,12 +8,12 @@ namespace ovk {
 
 namespace {
 
-struct request {
+struct write_request {
     std::string attribute;
     std::string text;
 };
 
-void run_write(context &shared, const request &wanted) {
+void run_write(context &shared, const write_request &wanted) {
     const auto to = shared.open();
     const answer came = to->write(wanted.attribute, wanted.text);
 
@@ -36,7 +36,7 @@ void run_write(context &shared, const request &wanted) {
 }  // namespace
 
 void add_write(CLI::App &app, context &shared) {
-    const auto wanted = std::make_shared<request>();
+    const auto wanted = std::make_shared<write_request>();
     CLI::App *command = app.add_subcommand("write", "Write a text to an attribute, as it stands");
 
     command->add_option("ATTRIBUTE", wanted->attribute, "Attribute to write")->required();

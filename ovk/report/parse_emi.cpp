@@ -121,8 +121,8 @@ bool take_sum(const report_line &line, emi_state &state) {
     return true;
 }
 
-constexpr line_handler<emi_state> handlers[] = {take_fixed, take_channel, take_titles, take_port,
-                                                take_sum};
+constexpr line_handler<emi_state> emi_handlers[] = {take_fixed, take_channel, take_titles,
+                                                    take_port, take_sum};
 
 struct bus_state {
     bus_report report;
@@ -146,7 +146,7 @@ constexpr line_handler<bus_state> bus_handlers[] = {take_usage};
 }  // namespace
 
 emi_report parse_emi(const reading &from) {
-    emi_report report = parse_with(handlers, from);
+    emi_report report = parse_with(emi_handlers, from);
 
     apply_log(report, from.log);
     return report;

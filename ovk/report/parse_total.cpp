@@ -189,7 +189,7 @@ bool take_simple_usage(const report_line &line, total_state &state) {
     return true;
 }
 
-constexpr line_handler<total_state> handlers[] = {
+constexpr line_handler<total_state> total_handlers[] = {
     take_fixed,  take_titles,     take_row,          take_bar,    take_frame,
     take_framed, take_simple_row, take_simple_usage, take_status,
 };
@@ -197,7 +197,7 @@ constexpr line_handler<total_state> handlers[] = {
 }  // namespace
 
 total_report parse_total(const reading &from) {
-    total_report report = parse_with(handlers, from);
+    total_report report = parse_with(total_handlers, from);
 
     apply_log(report, from.log);
     return report;

@@ -18,13 +18,13 @@ std::string printable(std::string text) {
     return text;
 }
 
-bool is_list_of_objects(const json &value) {
+bool is_table(const json &value) {
     return value.is_array() && (value.empty() || value.front().is_object());
 }
 
 std::string joined(const json &list);
 
-std::string cell_of(const json &value) {
+std::string bare_text(const json &value) {
     return value.is_null()     ? ""
            : value.is_string() ? value.get<std::string>()
            : value.is_array()  ? joined(value)
@@ -34,7 +34,7 @@ std::string cell_of(const json &value) {
 std::string joined(const json &list) {
     std::string text;
     for (const json &each : list) {
-        text += (text.empty() ? "" : " ") + cell_of(each);
+        text += (text.empty() ? "" : " ") + bare_text(each);
     }
     return text;
 }
@@ -79,7 +79,7 @@ struct table {
 };
 
 std::string shown(const json &value) {
-    return value.is_null() ? "-" : printable(cell_of(value));
+    return value.is_null() ? "-" : printable(bare_text(value));
 }
 
 // Lists of objects have tables of their own. What no object knows is left out.
@@ -91,7 +91,7 @@ table table_of(const json &list) {
         const std::string &member = name;
         const auto has_text = [&](const json &each) { return each[member].is_string(); };
         const auto is_unknown = [&](const json &each) { return each[member].is_null(); };
-        if (is_list_of_objects(first) || std::all_of(list.begin(), list.end(), is_unknown)) {
+        if (is_table(first) || std::all_of(list.begin(), list.end(), is_unknown)) {
             continue;
         }
         made.titles.push_back(member);
@@ -104,14 +104,14 @@ table table_of(const json &list) {
 }
 
 bool has_lists(const json &object) {
-    return std::any_of(object.begin(), object.end(), is_list_of_objects);
+    return std::any_of(object.begin(), object.end(), is_table);
 }
 
 void add_list(const std::string &title, const json &list, std::string &text);
 
 void add_lists_of(const json &object, std::string &text) {
     for (const auto &[name, value] : object.items()) {
-        if (is_list_of_objects(value) && !value.empty()) {
+        if (is_table(value) && !value.empty()) {
             add_list(name, value, text);
         }
     }
