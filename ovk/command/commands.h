@@ -16,5 +16,6 @@ void add_report(CLI::App &app, context &shared);
 void add_watch(CLI::App &app, context &shared);
 void add_plot(CLI::App &app, context &shared);
 void add_export(CLI::App &app, context &shared);
+void add_qos(CLI::App &app, context &shared);
 
 }  // namespace ovk

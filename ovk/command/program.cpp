@@ -12,7 +12,14 @@ namespace {
 
 // In the order of the help.
 constexpr void (*commands[])(CLI::App &, context &) = {
-    add_read, add_report, add_write, add_record, add_watch, add_plot, add_export,
+    add_read,
+    add_report,
+    add_write,
+    add_record,
+    add_qos,
+    add_watch,
+    add_plot,
+    add_export,
 };
 
 constexpr const char *footer =

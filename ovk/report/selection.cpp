@@ -28,9 +28,10 @@ bool moved_setting::write(const std::string &text) {
 }
 
 void moved_setting::move(const std::string &text) {
-    moved_ = true;
+    const bool before = std::exchange(moved_, true);
+
     if (!write(text)) {
-        moved_ = false;
+        moved_ = before;
         throw refused_access(where_, attribute_, "write", error_);
     }
 }
