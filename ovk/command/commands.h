@@ -17,5 +17,6 @@ void add_watch(CLI::App &app, context &shared);
 void add_plot(CLI::App &app, context &shared);
 void add_export(CLI::App &app, context &shared);
 void add_qos(CLI::App &app, context &shared);
+void add_compare(CLI::App &app, context &shared);
 
 }  // namespace ovk

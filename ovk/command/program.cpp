@@ -16,6 +16,7 @@ constexpr void (*commands[])(CLI::App &, context &) = {
     add_report,
     add_write,
     add_record,
+    add_compare,
     add_qos,
     add_watch,
     add_plot,
