@@ -21,6 +21,7 @@ constexpr void (*commands[])(CLI::App &, context &) = {
     add_watch,
     add_plot,
     add_export,
+    add_doctor,
 };
 
 constexpr const char *footer =

@@ -43,7 +43,13 @@ class chip_source : public source {
     }
     bool has_log() override { return shows_log; }
     std::int64_t now() override { return 0; }
-    std::vector<std::string> attributes() override { return {}; }
+    std::vector<std::string> attributes() override {
+        std::vector<std::string> names;
+        for (const host::attribute_info &each : machine().attributes()) {
+            names.push_back(each.name);
+        }
+        return names;
+    }
     std::string fact(std::string_view what) override {
         return what == "chip_compatible" ? "quorix," + simulator_.soc() : "";
     }
@@ -55,6 +61,8 @@ class chip_source : public source {
     void poke(const std::string &place, std::uint32_t value) {
         simulator_.chip().poke(simulator_.address_of(place), 32, value);
     }
+    void run(const std::string &scenario) { simulator_.set_scenario(scenario); }
+    void hang(const std::string &block) { simulator_.chip().hang(block); }
     const devicetree::flat_tree &tree() { return machine().tree(); }
 
     std::size_t writes = 0;
