@@ -33,7 +33,7 @@ struct emi_state {
 
 bool take_fixed(const report_line &line, emi_state &state) {
     state.at_gap = is_blank(line.plain);
-    return state.at_gap ||
+    return state.at_gap || starts_report(line.plain) ||
            std::find(std::begin(legend), std::end(legend), line.plain) != std::end(legend);
 }
 
