@@ -35,7 +35,8 @@ lint() { # CHECKS SOURCE
 
 status=0
 for folder in $(sources 'module/*.cpp' | xargs -n 1 dirname | sort -u) devicetree platform/host sim \
-    ovk ovk/base ovk/command ovk/plot ovk/report ovk/source ovk/watch; do
+    ovk ovk/base ovk/command ovk/compare ovk/doctor ovk/plot ovk/qos ovk/report \
+    ovk/source ovk/watch; do
     sources ":(glob)$folder/*.cpp" | sed 's/.*/#include "&"/' >"$work/${folder//\//_}.cpp"
     checks=
     [[ $folder != module/* ]] || checks=$analysis

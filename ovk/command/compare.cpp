@@ -11,7 +11,7 @@ namespace ovk {
 
 namespace {
 
-struct request {
+struct compare_request {
     std::string before;
     std::string after;
     std::string format = "text";
@@ -75,7 +75,7 @@ std::vector<figure_place> places_of(const recorded_figures &before, const record
     return places;
 }
 
-json compared(const request &wanted) {
+json compared(const compare_request &wanted) {
     const recorded_figures before = figures_of(wanted.before);
     const recorded_figures after = figures_of(wanted.after);
     json rows = json::array();
@@ -97,7 +97,7 @@ json compared(const request &wanted) {
             {"unparsed", json::array()}};
 }
 
-void run_compare(context &shared, const request &wanted) {
+void run_compare(context &shared, const compare_request &wanted) {
     const json result = compared(wanted);
 
     shared.out << (wanted.format == "json" ? result.dump(2) + "\n" : text_of(result)) << std::flush;
@@ -116,7 +116,7 @@ std::string without_percent_sign(std::string text) {
 }  // namespace
 
 void add_compare(CLI::App &app, context &shared) {
-    const auto wanted = std::make_shared<request>();
+    const auto wanted = std::make_shared<compare_request>();
     CLI::App *command = app.add_subcommand("compare", "Print how two recordings differ");
 
     command->add_option("A", wanted->before, "Recording to compare with")->required();

@@ -9,8 +9,8 @@ namespace ovk {
 
 namespace {
 
-const char *word_for(condition found) {
-    return found == condition::good ? "ok     " : found == condition::wrong ? "WRONG  " : "?      ";
+const char *word_for(health found) {
+    return found == health::good ? "ok     " : found == health::wrong ? "WRONG  " : "?      ";
 }
 
 void run_doctor(context &shared) {
@@ -19,7 +19,7 @@ void run_doctor(context &shared) {
     for (const finding &each : examine(*where)) {
         shared.out << word_for(each.found) << each.subject << ": " << utf8_of(each.what)
                    << (each.next.empty() ? "" : "; " + each.next) << "\n";
-        if (each.found == condition::wrong) {
+        if (each.found == health::wrong) {
             shared.status = exit_status::condition;
         }
     }

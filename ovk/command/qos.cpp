@@ -7,7 +7,7 @@ namespace ovk {
 
 namespace {
 
-struct request {
+struct qos_request {
     std::string file;
     bool dry_run = false;
     unsigned cpu_mode = 1;
@@ -20,7 +20,7 @@ void tell_unreadable(context &shared, const std::vector<std::string> &unreadable
     }
 }
 
-void run_save(context &shared, const request &wanted) {
+void run_save(context &shared, const qos_request &wanted) {
     const auto from = shared.open();
     const qos_file content = describe_settings(*from);
 
@@ -28,7 +28,7 @@ void run_save(context &shared, const request &wanted) {
     tell_unreadable(shared, content.settings.unreadable, "not saved");
 }
 
-restore_plan plan_of(context &shared, source &where, const request &wanted) {
+restore_plan plan_of(context &shared, source &where, const qos_request &wanted) {
     const qos_file file = read_qos_file(wanted.file);
     restore_plan plan = plan_restore(where, file, wanted.cpu_mode);
 
@@ -43,7 +43,7 @@ void print_changes(context &shared, const restore_plan &plan) {
 }
 
 // Now, then as in the file.
-void run_diff(context &shared, const request &wanted) {
+void run_diff(context &shared, const qos_request &wanted) {
     const auto from = shared.open();
     const restore_plan plan = plan_of(shared, *from, wanted);
 
@@ -75,7 +75,7 @@ void print_writes(context &shared, const restore_plan &plan) {
     }
 }
 
-void run_restore(context &shared, const request &wanted) {
+void run_restore(context &shared, const qos_request &wanted) {
     const auto to = shared.open();
     const restore_plan plan = plan_of(shared, *to, wanted);
 
@@ -90,7 +90,7 @@ void run_restore(context &shared, const request &wanted) {
 }
 
 CLI::App *add_part(CLI::App *group, const char *name, const char *what,
-                   const std::shared_ptr<request> &wanted) {
+                   const std::shared_ptr<qos_request> &wanted) {
     CLI::App *part = group->add_subcommand(name, what);
     part->add_option("FILE", wanted->file, "File of settings")->required();
     return part;
@@ -99,7 +99,7 @@ CLI::App *add_part(CLI::App *group, const char *name, const char *what,
 }  // namespace
 
 void add_qos(CLI::App &app, context &shared) {
-    const auto wanted = std::make_shared<request>();
+    const auto wanted = std::make_shared<qos_request>();
     CLI::App *group = app.add_subcommand("qos", "Save limits and priorities, and restore them");
 
     group->require_subcommand(1);

@@ -85,14 +85,14 @@ class examination {
         check_generators();
         check_switches();
         if (!moved_) {
-            add(condition::good, "selections",
+            add(health::good, "selections",
                 all_read_ ? "as after loading" : "those that can be read are as after loading");
         }
         return std::move(findings_);
     }
 
   private:
-    void add(condition found, const std::string &subject, const std::string &what,
+    void add(health found, const std::string &subject, const std::string &what,
              const std::string &next = "") {
         findings_.push_back({found, subject, what, next});
     }
@@ -107,20 +107,19 @@ class examination {
         }
         const std::string version = where_.fact("module_version");
         if (missing.empty()) {
-            add(condition::good, "module",
+            add(health::good, "module",
                 "all attributes are there" + (version.empty() ? "" : ", version " + version));
         } else {
-            add(condition::wrong, "module", "attributes are missing: " + missing,
+            add(health::wrong, "module", "attributes are missing: " + missing,
                 "load ovk_bw; the kernel log tells when it could not make them");
         }
     }
 
     void check_log() {
         if (where_.has_log()) {
-            add(condition::good, "kernel log", "can be read");
+            add(health::good, "kernel log", "can be read");
         } else {
-            add(condition::wrong, "kernel log",
-                "can't be read: time-outs and refusals go unnoticed",
+            add(health::wrong, "kernel log", "can't be read: time-outs and refusals go unnoticed",
                 "read as root, or set kernel.dmesg_restrict to 0");
         }
     }
@@ -132,7 +131,7 @@ class examination {
             if (taken.came.error == 0) {
                 return taken;
             }
-            add(condition::wrong, attribute, what_stands_against(attribute, taken.came.error));
+            add(health::wrong, attribute, what_stands_against(attribute, taken.came.error));
         } catch (const failure &error) {
             pass_over(attribute, error);
         }
@@ -151,7 +150,7 @@ class examination {
         if (error.status() != exit_status::incomplete) {
             throw error;
         }
-        add(condition::unknown, subject, "is not in the recording from here on");
+        add(health::unknown, subject, "is not in the recording from here on");
     }
 
     // The selection is written as it is.
@@ -178,9 +177,9 @@ class examination {
 
     void add_writing(int error) {
         if (error == 0) {
-            add(condition::good, "permissions", "settings can be written");
+            add(health::good, "permissions", "settings can be written");
         } else {
-            add(condition::wrong, "permissions",
+            add(health::wrong, "permissions",
                 std::string("settings can't be written: ") + std::strerror(error), "write as root");
         }
     }
@@ -188,16 +187,16 @@ class examination {
     void add_moved(const std::string &attribute, const std::string &what,
                    const std::string &original) {
         moved_ = true;
-        add(condition::wrong, attribute, what,
+        add(health::wrong, attribute, what,
             "when nobody needs it so: ovk write " + attribute + " '" + original + "'");
     }
 
     void judge(const std::string &attribute, const report_head &head) {
         if (head.complete) {
-            add(condition::good, attribute, "complete");
+            add(health::good, attribute, "complete");
         }
         for (const std::string &reason : head.reasons) {
-            add(condition::wrong, attribute, reason, advice_on(attribute, reason));
+            add(health::wrong, attribute, reason, advice_on(attribute, reason));
         }
     }
 
@@ -232,10 +231,10 @@ class examination {
     // The DRAM's clock comes from the module of its controller.
     void check_total(const total_report &total) {
         if (total.usage.total_mbps == 0U) {
-            add(condition::wrong, "siblings", "the DRAM controller tells no clock",
+            add(health::wrong, "siblings", "the DRAM controller tells no clock",
                 "load the module of the DRAM controller before ovk_bw");
         } else if (total.usage.total_mbps) {
-            add(condition::good, "siblings",
+            add(health::good, "siblings",
                 "the DRAM can move " + std::to_string(*total.usage.total_mbps) + " MB/s");
         }
         if (total.view == "simple") {
@@ -256,7 +255,7 @@ class examination {
     void check_generators() {
         const auto taken = try_to_read("fake_engine");
         if (taken && taken->came.text.find("NO DEVICE") != std::string::npos) {
-            add(condition::wrong, "fake_engine", "a traffic generator's registers can't be had",
+            add(health::wrong, "fake_engine", "a traffic generator's registers can't be had",
                 "the kernel log names it; look for its node in the device tree");
         }
     }

@@ -9,10 +9,10 @@
 
 namespace ovk {
 
-enum class condition { good, wrong, unknown };
+enum class health { good, wrong, unknown };
 
 struct finding {
-    condition found;
+    health found;
     std::string subject;
     std::string what;
     std::string next = {};  // what to do

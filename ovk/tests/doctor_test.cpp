@@ -14,7 +14,7 @@ namespace {
 
 std::vector<finding> wrong_ones(source &where) {
     std::vector<finding> found = examine(where);
-    std::erase_if(found, [](const finding &each) { return each.found == condition::good; });
+    std::erase_if(found, [](const finding &each) { return each.found == health::good; });
     return found;
 }
 
@@ -81,7 +81,7 @@ TEST(doctor, names_what_is_wrong_and_what_to_do) {
         each.cause(chip);
         const auto found = wrong_ones(chip);
         ASSERT_EQ(found.size(), 1u) << each.subject;
-        EXPECT_EQ(found[0].found, condition::wrong);
+        EXPECT_EQ(found[0].found, health::wrong);
         EXPECT_EQ(found[0].subject, each.subject);
         EXPECT_TRUE(has(found[0].what, each.what)) << found[0].what;
         EXPECT_TRUE(has(found[0].next, each.next)) << found[0].next;
