@@ -28,7 +28,7 @@ class chip_source : public source {
         if (before_write) {
             before_write();
         }
-        if (writes == failing || (writes > failing && fails_on)) {
+        if (fails && fails(writes)) {
             return {"", EIO, 0, 0};
         }
         const long code = machine().write(attribute, text);
@@ -66,8 +66,7 @@ class chip_source : public source {
     const devicetree::flat_tree &tree() { return machine().tree(); }
 
     std::size_t writes = 0;
-    std::size_t failing = SIZE_MAX;  // the number of the write that fails
-    bool fails_on = false;           // and so do all that follow
+    std::function<bool(std::size_t)> fails;  // whether the write of this number does, from 1
     bool shows_log = true;
     std::function<void()> before_write;
 

@@ -133,6 +133,35 @@ TEST(compare, ends_with_status_1_when_a_limit_is_exceeded) {
     EXPECT_EQ(ovk_with({"compare", files.path("a"), files.path("none")}).status, 3);
 }
 
+// The simple view has no data bandwidths; and the 0 of a run that timed out is no measurement.
+TEST(compare, counts_what_a_report_does_not_have_as_unknown) {
+    const scratch files;
+    {
+        recording_writer writer(files.path("r"),
+                                {.source = "tv", .facts = {}, .ip_config = {}, .settings = {}});
+        const auto add = [&](const std::string &mbps, std::vector<std::string> log) {
+            writer.add({.attribute = "bw_total",
+                        .came = {"CPU       : " + mbps + " MB/s\n", 0, 0, 0},
+                        .log = std::move(log)});
+        };
+        add("   100", {});
+        add("     0", {"[OVK_BW]EMI monitor time out"});
+        add("   300", {});
+    }
+    const json result = json::parse(
+        ovk_with({"compare", files.path("r"), files.path("r"), "--format", "json"}).out);
+
+    const json bus = row_with(result, {{"module", "CPU"}, {"figure", "bus_mbps"}});
+    EXPECT_EQ(bus["a_count"], 2);
+    EXPECT_EQ(bus["a_median"], 200);
+    EXPECT_EQ(bus["a_spread"], 200);
+    EXPECT_EQ(bus["difference"], 0);
+    const json data = row_with(result, {{"module", "CPU"}, {"figure", "data_mbps"}});
+    EXPECT_EQ(data["a_count"], 0);
+    EXPECT_TRUE(data["a_median"].is_null() && data["difference"].is_null());
+    EXPECT_EQ(result["a"]["incomplete"], 3);
+}
+
 // What docs/tuning.md says of the same traffic.
 TEST(compare, tells_modules_and_ports_of_all_reports_apart) {
     const scratch files;

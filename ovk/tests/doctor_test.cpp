@@ -41,11 +41,7 @@ struct ailment {
 const ailment ailments[] = {
     {"zt410", [](chip_source &chip) { chip.shows_log = false; }, "kernel log", "can't be read",
      "dmesg_restrict"},
-    {"zt410",
-     [](chip_source &chip) {
-         chip.failing = 0;
-         chip.fails_on = true;
-     },
+    {"zt410", [](chip_source &chip) { chip.fails = [](std::size_t) { return true; }; },
      "permissions", "settings can't be written: Input/output error", "root"},
     {"zt410", [](chip_source &chip) { chip.write("larb_ostdl", "1 2"); }, "larb_ostdl",
      "larb 1 port 2", "ovk write larb_ostdl '0 0'"},

@@ -183,12 +183,12 @@ TEST_F(qos_restore, leaves_everything_as_it_was_whichever_write_fails) {
 
     for (bool all = false; !all; ++n) {
         chip.writes = 0;
-        chip.failing = n + 1;
+        chip.fails = [n](std::size_t write) { return write == n + 1; };
         const std::string said = carry_out_with(chip, plan, exit_status::refused);
         all = chip.writes <= n;
         if (said.empty()) {
             ++recovered;
-            chip.failing = SIZE_MAX;
+            chip.fails = nullptr;
             carry_out(chip,
                       {plan.wanted, plan.before, 2, difference_of(plan.wanted, plan.before, 2)});
         } else {
@@ -201,11 +201,32 @@ TEST_F(qos_restore, leaves_everything_as_it_was_whichever_write_fails) {
     EXPECT_EQ(recovered, 3u + 1);
 }
 
+TEST_F(qos_restore, switches_a_range_off_before_it_is_another) {
+    const change range = small_plan().found.changes.at(3);
+
+    ASSERT_EQ(range.writes.size(), 2u);
+    EXPECT_EQ(range.writes.at(0).text, "0 1");
+    EXPECT_EQ(range.writes.at(1).text, "2 1 0x40000000 0x2000");
+    ASSERT_EQ(range.back.size(), 2u);
+    EXPECT_EQ(range.back.at(1).text, "2 1 0x50000000 0x1000");
+}
+
+// The third write fails, and then one that puts the second back.
+TEST_F(qos_restore, tries_again_to_put_back_what_fails) {
+    const restore_plan plan = small_plan();
+    const registers before = settings_of(chip);
+    chip.writes = 0;
+    chip.fails = [](std::size_t write) { return write == 3 || write == 5; };
+
+    const std::string said = carry_out_with(chip, plan, exit_status::refused);
+    EXPECT_TRUE(has(said, "; everything is as it was")) << said;
+    EXPECT_EQ(settings_of(chip), before);
+}
+
 TEST_F(qos_restore, says_what_it_could_not_put_back) {
     const restore_plan plan = small_plan();
     chip.writes = 0;
-    chip.failing = 2;
-    chip.fails_on = true;
+    chip.fails = [](std::size_t write) { return write >= 2; };
 
     const std::string said = carry_out_with(chip, plan, exit_status::unreachable);
     EXPECT_TRUE(has(said, "chip: bw_emi_ostd: write: Input/output error")) << said;
@@ -237,6 +258,7 @@ TEST_F(qos_restore, puts_everything_back_when_it_is_interrupted) {
             if (++count == write) {
                 raise(SIGINT);
             }
+            throw_if_interrupted();  // as a source does that waits for an answer
         };
         std::cerr << carry_out_with(chip, plan, exit_status::interrupted);
         std::exit(settings_of(chip) == before ? 130 : 1);
