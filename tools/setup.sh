@@ -11,7 +11,7 @@ module_packages=(make gcc-12-aarch64-linux-gnu g++-12-aarch64-linux-gnu kmod)
 lab_packages=(qemu-system-arm cpio)
 kernel_packages=(flex bison bc libssl-dev libelf-dev xz-utils)
 llvm_packages=(clang-16 lld-16 llvm-16)
-check_packages=(libgtest-dev clang-format-14 clang-tidy-14 shellcheck mandoc dt-schema
+check_packages=(libgtest-dev python3-jsonschema clang-format-14 clang-tidy-14 shellcheck mandoc dt-schema
     busybox toybox mksh)
 bench_packages=(libbenchmark-dev)
 package_packages=(debhelper dh-dkms dkms lintian dpkg-dev cpio)
