@@ -14,7 +14,7 @@ llvm_packages=(clang-16 lld-16 llvm-16)
 check_packages=(libgtest-dev python3-jsonschema clang-format-14 clang-tidy-14 shellcheck mandoc dt-schema
     busybox toybox mksh)
 bench_packages=(libbenchmark-dev)
-package_packages=(debhelper dh-dkms dkms lintian dpkg-dev cpio)
+package_packages=(debhelper dh-dkms dkms lintian dpkg-dev cpio bash-completion g++-aarch64-linux-gnu)
 fuzz_packages=(clang-14 libclang-rt-14-dev)
 
 say() {
