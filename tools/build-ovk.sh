@@ -20,6 +20,6 @@ folder=$build/ovk-arm64
 link_headers
 quietly "$folder/configure.log" cmake -S "$top/ovk" -B "$folder" -G Ninja \
     -DCMAKE_TOOLCHAIN_FILE="$top/tools/arm64.cmake" -DCMAKE_BUILD_TYPE=MinSizeRel \
-    -DOVK_SIMULATOR=OFF -DOVK_HEADERS="$folder/include"
+    -DOVK_SIMULATOR=OFF -DOVK_WHOLE_FOLDERS=ON -DOVK_HEADERS="$folder/include"
 quietly "$folder/build.log" cmake --build "$folder" --target ovk
 echo "$folder/ovk"

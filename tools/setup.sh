@@ -13,6 +13,7 @@ kernel_packages=(flex bison bc libssl-dev libelf-dev xz-utils)
 llvm_packages=(clang-16 lld-16 llvm-16)
 check_packages=(libgtest-dev python3-jsonschema clang-format-14 clang-tidy-14 shellcheck mandoc dt-schema
     busybox toybox mksh)
+viewer_packages=(chromium prometheus openssh-client openssh-server)
 bench_packages=(libbenchmark-dev)
 package_packages=(debhelper dh-dkms dkms lintian dpkg-dev cpio bash-completion g++-aarch64-linux-gnu)
 fuzz_packages=(clang-14 libclang-rt-14-dev)
