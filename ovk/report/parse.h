@@ -33,8 +33,7 @@ struct selected_register {
 };
 std::optional<selected_register> parse_reg_op(const std::string &text);
 
-// Adds the limits of channel 0, or the ranges; what does not fit goes to `head.unparsed`.
-void add_emi_setting(limits_report &to, const reading &from);
+// Adds the ranges; what does not fit goes to `head.unparsed`.
 void add_cpu_ranges(limits_report &to, const reading &from);
 
 }  // namespace ovk

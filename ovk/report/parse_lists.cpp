@@ -194,19 +194,6 @@ void add_lines(const reading &from, report_head &head, std::vector<record> &to,
     }
 }
 
-bool take_emi_limit(std::string_view line, std::vector<emi_port_limits> &into) {
-    scanner text(line);
-    emi_port_limits limit{.channel = 0};
-
-    if (!text.skip("-->EMI-Port(") || !text.number(limit.port) || !text.skip(") bw_limit: 0x") ||
-        !text.number(limit.limits.bandwidth_limit, 1, 16) || !text.skip(" \x1b[K") ||
-        !text.at_end()) {
-        return false;
-    }
-    into.push_back(limit);
-    return true;
-}
-
 bool take_cpu_range(std::string_view line, std::vector<cpu_range> &into) {
     scanner text(line);
     cpu_range range;
@@ -232,10 +219,6 @@ ports_report parse_ip_config(const reading &from) {
 
 void add_larb_modules(ports_report &to, const reading &from) {
     add_lines(from, to.head, to.larb_modules, take_larb_modules);
-}
-
-void add_emi_setting(limits_report &to, const reading &from) {
-    add_lines(from, to.head, to.emi, take_emi_limit);
 }
 
 void add_cpu_ranges(limits_report &to, const reading &from) {

@@ -15,7 +15,7 @@ struct reading {
     std::optional<std::vector<std::string>> log = {};  // nothing where it can't be seen
 };
 
-// What the kernel said before is left out.
+// What the kernel said before is left out. Throws failure: unreachable, or interrupted.
 reading take_reading(source &from, std::string_view attribute);
 
 }  // namespace ovk

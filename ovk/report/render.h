@@ -22,7 +22,12 @@ std::string utf8_of(const std::string &bytes);
 // One of the same kind that knows nothing, with an element in every list: all its members.
 json sample_of(const any_report &report);
 
-// A table for each list, without the columns that are empty throughout.
+// What an object says, in a row for each innermost element of its lists: what the objects around
+// that say comes first.
+json rows_of(const json &object);
+
+// A table for each list, then one for each object, then what the report itself says. Columns that
+// are empty throughout are left out.
 std::string text_of(const json &report);
 
 // A row for each element of the main lists, with what the whole report has in the first columns.
@@ -31,8 +36,5 @@ std::string csv_of(const any_report &report);
 
 // For the node exporter: gauges in base units, without time stamps. What is not known is left out.
 std::string openmetrics_of(const any_report &report);
-
-// Objects with the same members as the first one.
-std::string csv_of(const json &rows);
 
 }  // namespace ovk

@@ -48,12 +48,6 @@ void add_rows(const json &object, json known, json &rows) {
     }
 }
 
-json rows_of(const json &report) {
-    json rows = json::array();
-    add_rows(report, json::object(), rows);
-    return rows;
-}
-
 std::string quoted(const std::string &cell) {
     if (cell.find_first_of(",\"\r\n") == cell.npos) {
         return cell;
@@ -98,16 +92,18 @@ std::string lines_of(const json &rows, const json &titles) {
 
 }  // namespace
 
+json rows_of(const json &object) {
+    json rows = json::array();
+    add_rows(object, json::object(), rows);
+    return rows;
+}
+
 std::string csv_of(const any_report &report) {
     json titles = json::object();
     for (const json &each : rows_of(sample_of(report))) {
         titles.update(each);
     }
     return lines_of(rows_of(json_of(report)), titles);
-}
-
-std::string csv_of(const json &rows) {
-    return rows.empty() ? "" : lines_of(rows, rows.front());
 }
 
 }  // namespace ovk

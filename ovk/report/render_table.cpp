@@ -18,10 +18,6 @@ std::string printable(std::string text) {
     return text;
 }
 
-bool is_table(const json &value) {
-    return value.is_array() && (value.empty() || value.front().is_object());
-}
-
 std::string joined(const json &list);
 
 std::string bare_text(const json &value) {
@@ -82,78 +78,71 @@ std::string shown(const json &value) {
     return value.is_null() ? "-" : printable(bare_text(value));
 }
 
-// Lists of objects have tables of their own. What no object knows is left out.
-table table_of(const json &list) {
+// What no row knows is left out.
+table table_of(const json &rows) {
+    json titles = json::object();
     table made;
 
-    made.rows.resize(list.size());
-    for (const auto &[name, first] : list.front().items()) {
-        const std::string &member = name;
-        const auto has_text = [&](const json &each) { return each[member].is_string(); };
-        const auto is_unknown = [&](const json &each) { return each[member].is_null(); };
-        if (is_table(first) || std::all_of(list.begin(), list.end(), is_unknown)) {
+    for (const json &each : rows) {
+        titles.update(each);
+    }
+    made.rows.resize(rows.size());
+    for (const auto &[title, unused] : titles.items()) {
+        const std::string &name = title;
+        const auto value = [&](const json &each) { return each.value(name, json()); };
+        if (std::all_of(rows.begin(), rows.end(),
+                        [&](const json &each) { return value(each).is_null(); })) {
             continue;
         }
-        made.titles.push_back(member);
-        made.left.push_back(std::any_of(list.begin(), list.end(), has_text));
-        for (std::size_t i = 0; i < list.size(); ++i) {
-            made.rows[i].push_back(shown(list[i][member]));
+        made.titles.push_back(name);
+        made.left.push_back(std::any_of(rows.begin(), rows.end(),
+                                        [&](const json &each) { return value(each).is_string(); }));
+        for (std::size_t i = 0; i < rows.size(); ++i) {
+            made.rows[i].push_back(shown(value(rows[i])));
         }
     }
     return made;
 }
 
-bool has_lists(const json &object) {
-    return std::any_of(object.begin(), object.end(), is_table);
+void add_table(const std::string &title, const json &rows, std::string &text) {
+    const table made = table_of(rows);
+    if (!made.titles.empty()) {
+        text += title + ":\n" + made.text() + "\n";
+    }
 }
 
-void add_list(const std::string &title, const json &list, std::string &text);
-
-void add_lists_of(const json &object, std::string &text) {
-    for (const auto &[name, value] : object.items()) {
-        if (is_table(value) && !value.empty()) {
-            add_list(name, value, text);
+// Lists inside of others have their rows in the table of these.
+json rows_of_list(const json &list) {
+    json rows = json::array();
+    for (const json &each : list) {
+        for (json &row : rows_of(each)) {
+            rows.push_back(std::move(row));
         }
     }
-}
-
-void add_table(const std::string &title, const json &list, std::string &text) {
-    const table made = table_of(list);
-    if (!made.titles.empty()) {
-        text += "\n" + title + ":\n" + made.text();
-    }
-}
-
-// Objects with lists in them follow each other, each with its own.
-void add_list(const std::string &title, const json &list, std::string &text) {
-    if (!has_lists(list.front())) {
-        add_table(title, list, text);
-        return;
-    }
-    for (const json &each : list) {
-        add_table(title, json::array({each}), text);
-        add_lists_of(each, text);
-    }
+    return rows;
 }
 
 }  // namespace
 
 std::string text_of(const json &report) {
     json own = json::object();
-    std::string text;
+    std::string lists;
+    std::string objects;
 
     for (const auto &[name, value] : report.items()) {
         if (value.is_object()) {
-            add_table(name, json::array({value}), text);
+            add_table(name, json::array({value}), objects);
         } else if (!value.is_array()) {
             own[name] = value;
+        } else if (name != "unparsed") {
+            add_table(name, rows_of_list(value), lists);
         }
     }
-    add_lists_of(report, text);
+    std::string text = lists + objects + table_of(json::array({own})).text();
     for (const json &line : report["unparsed"]) {
         text += "\nunparsed: " + printable(line.get<std::string>());
     }
-    return table_of(json::array({own})).text() + text;
+    return text + (report["unparsed"].empty() ? "" : "\n");
 }
 
 }  // namespace ovk

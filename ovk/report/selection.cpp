@@ -30,10 +30,17 @@ bool moved_setting::write(const std::string &text) {
 void moved_setting::move(const std::string &text) {
     const bool before = std::exchange(moved_, true);
 
-    if (!write(text)) {
-        moved_ = before;
-        throw refused_access(where_, attribute_, "write", error_);
+    try {
+        if (write(text)) {
+            return;
+        }
+    } catch (const failure &error) {
+        // What broke off may have been written; what a recording does not have was not.
+        moved_ = before || error.status() != exit_status::incomplete;
+        throw;
     }
+    moved_ = before;
+    throw refused_access(where_, attribute_, "write", error_);
 }
 
 void moved_setting::put_back() {

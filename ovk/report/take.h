@@ -21,7 +21,7 @@ struct total_readings {
 };
 
 total_readings take_total(source &from);
-// The simple view where the first was cut, else nothing.
+// The simple view where the first was cut, else nothing; nothing either where it can't be had.
 std::optional<reading> take_simple_view(source &from, const reading &first,
                                         const total_report &parsed);
 total_report parse_total(const total_readings &from);
@@ -31,7 +31,8 @@ bool is_cut(const total_report &report);
 // Adds to such a report what the simple view tells.
 void add_simple_view(total_report &to, const total_report &simple);
 
-// Times stay set: no attribute shows what they were.
+// Times stay set: no attribute shows what they were. Throws failure(refused) when the report does
+// not show what has to be written with the time.
 void set_total_time(source &where, std::uint32_t time_ms);
 
 // An unfinished run of the monitor is a report, too.

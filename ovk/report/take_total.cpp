@@ -9,17 +9,19 @@ namespace ovk {
 
 namespace {
 
-bool is_behind_larbs(const ports_report &ports, const label &name) {
-    return std::any_of(ports.larb_modules.begin(), ports.larb_modules.end(),
-                       [&](const larb_module &each) { return each.name == name; });
-}
+// Whether modules behind larbs are left out of the table; they have bars all the same. Nothing
+// where the report has none of them.
+std::optional<bool> leaves_larbs_out(const total_report &report, const ports_report &ports) {
+    const auto is_larb_module = [&](const auto &each) {
+        return std::any_of(ports.larb_modules.begin(), ports.larb_modules.end(),
+                           [&](const larb_module &module) { return module.name == each.name; });
+    };
 
-// Modules behind larbs have bars but no rows.
-bool leaves_larbs_out(const total_report &report, const ports_report &ports) {
-    const auto is_larb_module = [&](const auto &each) { return is_behind_larbs(ports, each.name); };
-
-    return std::none_of(report.modules.begin(), report.modules.end(), is_larb_module) &&
-           std::any_of(report.bars.begin(), report.bars.end(), is_larb_module);
+    if (std::any_of(report.modules.begin(), report.modules.end(), is_larb_module)) {
+        return false;
+    }
+    return std::any_of(report.bars.begin(), report.bars.end(), is_larb_module) ? std::optional(true)
+                                                                               : std::nullopt;
 }
 
 // Not of the first module alone: one that comes behind the cut has no row.
@@ -40,6 +42,19 @@ void add_lost_modules(std::vector<module_figures> &to, const std::vector<module_
     }
 }
 
+// A view that this user or this source does not let anybody move is left as it is.
+bool may_move(moved_setting &view, const std::string &to) {
+    try {
+        view.move(to);
+        return true;
+    } catch (const failure &error) {
+        if (error.status() == exit_status::interrupted) {
+            throw;
+        }
+        return false;
+    }
+}
+
 }  // namespace
 
 bool is_cut(const total_report &report) {
@@ -48,21 +63,14 @@ bool is_cut(const total_report &report) {
 
 std::optional<reading> take_simple_view(source &from, const reading &first,
                                         const total_report &parsed) {
-    if (first.came.text.size() < report_room || !is_cut(parsed)) {
+    moved_setting view(from, "simple_mon", "0");
+
+    if (first.came.text.size() < report_room || !is_cut(parsed) || !may_move(view, "1")) {
         return std::nullopt;
     }
-    try {
-        moved_setting view(from, "simple_mon", "0");
-        view.move("1");
-        reading simple = take_or_throw(from, "bw_total");
-        view.put_back();
-        return simple;
-    } catch (const failure &error) {
-        if (error.status() == exit_status::interrupted) {
-            throw;
-        }
-        return std::nullopt;
-    }
+    reading simple = take_reading(from, "bw_total");
+    view.put_back();
+    return simple.came.error == 0 ? std::optional(std::move(simple)) : std::nullopt;
 }
 
 total_readings take_total(source &from) {
@@ -95,22 +103,24 @@ void add_simple_view(total_report &to, const total_report &simple) {
                             simple.head.unparsed.end());
 }
 
-// It is written together with a module that takes part or not, and with PROC.
+// It is written together with whether a module takes part, and with PROC.
 void set_total_time(source &where, std::uint32_t time_ms) {
     const total_report before = parse_total(take_or_throw(where, "bw_total"));
+    const ports_report ports = take_ports(where);
     const auto shown = std::find_if(before.modules.begin(), before.modules.end(),
                                     [](const module_figures &each) { return each.id.has_value(); });
-    if (before.view != "full") {
+    const auto larbs_left_out =
+        ports.larb_modules.empty() ? false : leaves_larbs_out(before, ports);
+
+    if (shown == before.modules.end() || !larbs_left_out) {
         throw failure(exit_status::refused,
                       where.name() +
-                          ": bw_total: only the full view shows what has to be written "
-                          "with the time; write 0 to simple_mon first");
+                          ": bw_total: its report does not show what has to be written with the "
+                          "time; write 'ID ENABLE TIME PROC' to it by hand");
     }
-    const bool any = shown != before.modules.end();
     set_or_throw(where, "bw_total",
-                 std::to_string(any ? *shown->id : 0) + (any ? " 1 " : " 0 ") +
-                     std::to_string(time_ms) +
-                     (leaves_larbs_out(before, take_ports(where)) ? " 1" : " 0"));
+                 std::to_string(*shown->id) + " 1 " + std::to_string(time_ms) +
+                     (*larbs_left_out ? " 1" : " 0"));
 }
 
 }  // namespace ovk
