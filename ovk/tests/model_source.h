@@ -17,7 +17,7 @@ class model_source : public source {
     std::string name() const override { return "model"; }
     answer read(std::string_view attribute) override {
         answer came;
-        before_each();
+        before_read();
         came.start_ns = now();
         const host::read_result result = chip.machine().read(std::string(attribute));
         came.end_ns = now();
@@ -26,7 +26,6 @@ class model_source : public source {
         return came;
     }
     answer write(std::string_view attribute, std::string_view text) override {
-        before_each();
         return {"", errno_of(chip.machine().write(std::string(attribute), std::string(text))), 0,
                 0};
     }
@@ -44,7 +43,7 @@ class model_source : public source {
     std::string fact(std::string_view) override { return ""; }
 
     ::tests::rig chip;
-    std::function<void()> before_each = [] {};  // operation; may throw
+    std::function<void()> before_read = [] {};  // may throw
 
   private:
     static int errno_of(long code) { return code < 0 ? static_cast<int>(-code) : 0; }
