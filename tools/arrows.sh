@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: GPL-2.0-only
 #
-# arrows.sh: fails when a room of the module includes one that stands above it, or beside it.
+# arrows.sh: fails when a room of the module, or of ovk, includes one that stands above it, or beside
+# it.
 set -euo pipefail
 cd "$(dirname "$0")/../module"
 
@@ -32,4 +33,29 @@ while IFS=: read -r file included; do
 done < <(grep -rHoE '^[[:space:]]*#[[:space:]]*include[[:space:]]*["<][^">]*' --include='*.h' \
     --include='*.cpp' . | sed -e 's#^\./##' -e 's#:.*["<]#:#' | grep -vxE '[^:]*:(platform/kernel.h|new)')
 ((lines > 0)) || status=1
+
+# ovk stands on its own: beside its rooms it may have the version, and the simulator as a source.
+room_of() { # FILE
+    case $1 in
+        ovk/base/*) echo 0 ;;
+        ovk/source/*) echo 1 ;;
+        ovk/report/*) echo 2 ;;
+        ovk/command/*) echo 4 ;;
+        ovk/main.cpp) echo 5 ;;
+        ovk/*/*) echo 3 ;;
+        platform/version.h) echo 0 ;;
+        sim/simulator.h) echo 1 ;;
+        *) echo 9 ;;
+    esac
+}
+cd ..
+while IFS=: read -r file included; do
+    from=$(room_of "$file")
+    to=$(room_of "$included")
+    if ((to > from)) || { ((to == 3 && from == 3)) && [ "${file%/*}" != "${included%/*}" ]; }; then
+        echo "$file includes $included, which does not stand below it"
+        status=1
+    fi
+done < <(grep -rHoE '^#include "[^"]*' --include='*.h' --include='*.cpp' --exclude-dir=tests ovk |
+    sed -e 's#:.*"#:#')
 exit "$status"

@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: GPL-2.0-only
 #
 # schema_test.sh OVK: the reports of all chips are what the schema says, and the pages tell of every
-# member and every command.
+# member and every command, and the walk through tuning runs.
 set -euo pipefail
 shopt -s inherit_errexit
 ovk=$1
@@ -18,6 +18,11 @@ done
 for command in $("$ovk" --help | sed '1,/^Subcommands:/d' | grep -o '^  [a-z]*'); do
     grep -q "^\.It Cm $command" "$top/docs/ovk.1" || { echo "docs/ovk.1 has no $command" && exit 1; }
 done
+# The walk through tuning, as it stands there.
+sed -n '/^export OVK_SOURCE/,/^```/p' "$top/docs/tuning.md" | sed '$d' >"$work/walk.sh"
+(cd "$work" && PATH=$(dirname "$ovk"):$PATH bash -e walk.sh >/dev/null 2>&1 && [[ -s both.html ]]) ||
+    { echo "the commands of docs/tuning.md fail" && exit 1; }
+rm "$work/before.json"
 python3 - "$top" "$work" <<'END'
 import json, pathlib, re, sys
 import jsonschema
