@@ -211,15 +211,17 @@ function drawBandwidth(limits) {
   }
   const most = theory ? Math.max(...theory.filter((value) => value !== null), 0) : 0;
   const [low, high] = limitBounds(recordings[0]);
+  const exact = low === high;
   const band = low > 0 && high < Infinity && most
-    ? {low: low / 100 * most, high: high / 100 * most} : undefined;
+    ? {low: (exact ? low - 10 : low) / 100 * most, high: high / 100 * most} : undefined;
   draw('bandwidth', sets, {stacked: true, top: most * 1.05, band});
   byId('bandwidth-note').textContent = [
     `Areas: modules of ${recordings[0].name}.`,
     theory ? 'Long dashes: what the memory can carry in theory.' : '',
     reference ? `Dots: ${REFERENCE}.` : '',
     other ? `Short dashes: the same modules of ${recordings[1].name} together.` : '',
-    band ? `Band: where the verdict turns to DANGER (${low === high ? low : `${low} to ${high}`} %).` : '',
+    band && exact ? `Band: the verdict is WARNING there, and DANGER above ${low} %.` : '',
+    band && !exact ? `Band: in there, at ${low} to ${high} %, the verdict turns to DANGER.` : '',
   ].join(' ');
 }
 
