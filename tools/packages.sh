@@ -23,6 +23,9 @@ build_packages() {
     mkdir -p "$folder/source"
     git ls-files -z --cached --others --exclude-standard | cpio --null -pdm --quiet "$folder/source"
     (cd "$folder/source" && quietly "$folder/build.log" dpkg-buildpackage -b -us -uc)
+    # And for devices, with this machine's compiler for them.
+    (cd "$folder/source" && DEB_BUILD_OPTIONS="${DEB_BUILD_OPTIONS:-} noautodbgsym" \
+        quietly "$folder/build-arm64.log" dpkg-buildpackage -B -aarm64 -d -us -uc)
     lintian --fail-on error "$folder"/*.changes
 }
 
