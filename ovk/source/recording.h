@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // A recording: JSON Lines, a header and then a line an operation, in their order. It holds what the
-// attributes said, never what was made of it. docs/recordings.md describes the lines.
+// attributes said, never what was made of it. docs/ovk.md describes the lines.
 #pragma once
 
 #include <cstdint>
