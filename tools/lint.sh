@@ -11,7 +11,7 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 flags=(-std=c++20 -I. -Imodule -Wall -Wextra '-DOVK_DATA_DIR=""' '-DOVK_MODULE_IMAGE=""'
     '-DDEVICETREE_DTC=""' '-DOVK_PLOT_DIR=""'
-    '-DOVK_CHART_LIBRARY=""')
+    '-DOVK_CHART_LIBRARY=""' '-DOVK_TERMINAL_DESCRIPTION=""')
 
 # No sanitizer watches the kernel: what runs there is analyzed as well.
 analysis='clang-analyzer-*,-clang-analyzer-core.uninitialized.UndefReturn'
@@ -36,7 +36,7 @@ lint() { # CHECKS SOURCE
 status=0
 for folder in $(sources 'module/*.cpp' | xargs -n 1 dirname | sort -u) devicetree platform/host sim \
     ovk ovk/base ovk/command ovk/compare ovk/doctor ovk/plot ovk/qos ovk/report \
-    ovk/source ovk/watch; do
+    ovk/source ovk/top ovk/watch; do
     sources ":(glob)$folder/*.cpp" | sed 's/.*/#include "&"/' >"$work/${folder//\//_}.cpp"
     checks=
     [[ $folder != module/* ]] || checks=$analysis

@@ -24,6 +24,8 @@ build_packages() {
     git ls-files -z --cached --others --exclude-standard | cpio --null -pdm --quiet "$folder/source"
     (cd "$folder/source" && quietly "$folder/build.log" dpkg-buildpackage -b -us -uc)
     # And for devices, with this machine's compiler for them.
+    OVK_CURSES=$(platform/linux/debian-kernel.sh --out "$build/linux-6.1/kernel" curses)
+    export OVK_CURSES
     (cd "$folder/source" && DEB_BUILD_OPTIONS="${DEB_BUILD_OPTIONS:-} noautodbgsym" \
         quietly "$folder/build-arm64.log" dpkg-buildpackage -B -aarm64 -d -us -uc)
     lintian --fail-on error "$folder"/*.changes

@@ -6,12 +6,12 @@ top=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 build=$top/build
 
 simulator_packages=(g++ cmake ninja-build pkg-config libfdt-dev device-tree-compiler
-    libcli11-dev libtomlplusplus-dev libedit-dev nlohmann-json3-dev libjs-chart.js)
+    libcli11-dev libtomlplusplus-dev libedit-dev nlohmann-json3-dev libjs-chart.js libncurses-dev)
 module_packages=(make gcc-12-aarch64-linux-gnu g++-12-aarch64-linux-gnu kmod)
 lab_packages=(qemu-system-arm cpio)
 kernel_packages=(flex bison bc libssl-dev libelf-dev xz-utils)
 llvm_packages=(clang-16 lld-16 llvm-16)
-check_packages=(libgtest-dev python3-jsonschema clang-format-14 clang-tidy-14 shellcheck mandoc dt-schema
+check_packages=(libgtest-dev python3-jsonschema python3-pyte clang-format-14 clang-tidy-14 shellcheck mandoc dt-schema
     busybox toybox mksh)
 viewer_packages=(chromium prometheus openssh-client openssh-server)
 bench_packages=(libbenchmark-dev)

@@ -19,13 +19,10 @@ namespace {
 // Written to by the handler, never read: once there is something in it, it stays readable.
 std::array<int, 2> came = {-1, -1};
 
-int holders = 0;
+thread_local int holders = 0;
 
 extern "C" void note_interrupt(int) {
-    const int kept = errno;
-    if (write(came[1], "", 1) < 0) {
-        errno = kept;
-    }
+    interrupt();
 }
 
 // To be polled; -1 is passed over.
@@ -54,6 +51,13 @@ void watch_for_interrupts() {
     action.sa_flags = static_cast<int>(SA_RESETHAND);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
         sigaction(signal, &action, nullptr);
+    }
+}
+
+void interrupt() {
+    const int kept = errno;
+    if (write(came[1], "", 1) < 0) {
+        errno = kept;
     }
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // Ctrl-C and its like: what waits or works in rounds ends at its next chance, so that settings are
-// put back and files are whole. A second one ends the program at once.
+// put back and files are whole. A second one ends the program at once. All threads are meant.
 #pragma once
 
 #include <chrono>
@@ -9,6 +9,9 @@ namespace ovk {
 
 // From now on SIGINT, SIGTERM and SIGHUP are kept for the functions below.
 void watch_for_interrupts();
+
+// As if one came. May be called by the handler of a signal.
+void interrupt();
 
 // Throws failure(interrupted) when one came.
 void throw_if_interrupted();

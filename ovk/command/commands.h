@@ -18,6 +18,7 @@ void add_plot(CLI::App &app, context &shared);
 void add_export(CLI::App &app, context &shared);
 void add_qos(CLI::App &app, context &shared);
 void add_compare(CLI::App &app, context &shared);
+void add_top(CLI::App &app, context &shared);
 void add_doctor(CLI::App &app, context &shared);
 
 }  // namespace ovk

@@ -12,8 +12,8 @@ namespace {
 
 // In the order of the help.
 constexpr void (*commands[])(CLI::App &, context &) = {
-    add_read, add_report, add_write, add_record, add_compare,
-    add_qos,  add_watch,  add_plot,  add_export, add_doctor,
+    add_read,  add_report, add_write,  add_record, add_compare, add_qos,
+    add_watch, add_plot,   add_export, add_top,    add_doctor,
 };
 
 constexpr const char *footer =

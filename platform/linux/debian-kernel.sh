@@ -10,10 +10,11 @@ shopt -s inherit_errexit
 
 usage() {
     cat >&2 <<'END'
-usage: debian-kernel.sh [--release 5.10|6.1|6.12] --out DIR headers|image|busybox|source
+usage: debian-kernel.sh [--release 5.10|6.1|6.12] --out DIR headers|image|busybox|curses|source
   headers   prints the folder to build modules against, with tools of this machine's architecture
   image     prints the kernel to boot
   busybox   prints a static arm64 busybox
+  curses    prints the folder of ncurses for static arm64 programs
   source    prints the archive of the kernel's source
 END
     exit 2
@@ -34,7 +35,7 @@ parse_arguments() {
         --release | --out) (($# > 1)) || usage ;;&
         --release) release=$2 && shift ;;
         --out) out=$2 && shift ;;
-        headers | image | busybox | source) part=$1 ;;
+        headers | image | busybox | curses | source) part=$1 ;;
         *) usage ;;
         esac
         shift
@@ -162,6 +163,12 @@ fetch_busybox() {
     download busybox-static:arm64
     unpack_all
     find "$out/root" -path '*/bin/busybox' -type f
+}
+
+fetch_curses() {
+    download libncurses-dev:arm64
+    unpack_all
+    echo "$out/root/usr/lib/aarch64-linux-gnu"
 }
 
 fetch_source() {
