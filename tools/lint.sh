@@ -13,8 +13,9 @@ flags=(-std=c++20 -I. -Imodule -Wall -Wextra '-DOVK_DATA_DIR=""' '-DOVK_MODULE_I
     '-DDEVICETREE_DTC=""' '-DOVK_PLOT_DIR=""'
     '-DOVK_CHART_LIBRARY=""' '-DOVK_TERMINAL_DESCRIPTION=""')
 
-# No sanitizer watches the kernel: what runs there is analyzed as well.
+# No sanitizer watches the kernel: what runs there is analyzed as well, included files or not.
 analysis='clang-analyzer-*,-clang-analyzer-core.uninitialized.UndefReturn'
+flags+=(-Xclang -analyzer-opt-analyze-headers)
 
 sources() { # PATTERN...
     git ls-files --cached --others --exclude-standard -- "$@"
