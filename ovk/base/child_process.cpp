@@ -15,6 +15,7 @@
 #include <cstring>
 
 #include "ovk/base/failure.h"
+#include "ovk/base/write_all.h"
 
 namespace ovk {
 
@@ -48,7 +49,6 @@ struct pipe_ends {
     dup2(output, STDOUT_FILENO);
     dup2(errors, STDERR_FILENO);
     std::signal(SIGINT, SIG_IGN);
-    std::signal(SIGPIPE, SIG_DFL);
     execvp(arguments[0], arguments.data());
     const std::string reason = words[0] + ": " + std::strerror(errno) + "\n";
     static_cast<void>(write(STDERR_FILENO, reason.data(), reason.size()) < 0);
@@ -62,8 +62,6 @@ child_process::child_process(const std::vector<std::string> &words)
     const pipe_ends to;
     const pipe_ends from;
 
-    // Writing to one that has ended is an error like others.
-    std::signal(SIGPIPE, SIG_IGN);
     process_ = fork();
     if (process_ == 0) {
         become(words, to.reading(), from.writing(), errors_);
@@ -103,14 +101,12 @@ bool child_process::ended_within(milliseconds limit) {
 }
 
 bool child_process::send(std::string_view bytes) {
-    while (!bytes.empty()) {
-        const ssize_t count = write(input_, bytes.data(), bytes.size());
-        if (count < 0 && errno != EINTR) {
-            return false;
-        }
-        bytes.remove_prefix(count < 0 ? 0 : static_cast<std::size_t>(count));
-    }
-    return true;
+    // Writing to one that has ended is an error like others; elsewhere the signal keeps its
+    // meaning.
+    const auto kept = std::signal(SIGPIPE, SIG_IGN);
+    const bool sent = write_all(input_, bytes);
+    std::signal(SIGPIPE, kept);
+    return sent;
 }
 
 std::optional<std::string> child_process::receive(milliseconds limit) {

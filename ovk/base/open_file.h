@@ -12,7 +12,7 @@ namespace ovk {
 class open_file {
   public:
     open_file(const std::string &path, int flags)
-        : descriptor_(open(path.c_str(), flags | O_CLOEXEC)) {}
+        : descriptor_(open(path.c_str(), flags | O_CLOEXEC, 0666)) {}
     ~open_file() {
         if (good()) {
             close(descriptor_);

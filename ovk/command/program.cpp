@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "ovk/command/program.h"
 
+#include <cerrno>
+#include <cstring>
 #include <exception>
 
 #include "ovk/command/commands.h"
@@ -48,6 +50,10 @@ int parse_and_run(int argc, const char *const *argv, context &shared) {
     } catch (const CLI::ParseError &error) {
         const int code = app.exit(error, shared.out, shared.err);
         return to_int(code == 0 ? exit_status::good : exit_status::usage);
+    }
+    if (!shared.out.flush()) {
+        throw failure(exit_status::usage,
+                      std::string("standard output: can't be written: ") + std::strerror(errno));
     }
     return to_int(shared.status);
 }

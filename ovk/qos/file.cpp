@@ -6,6 +6,7 @@
 #include <fstream>
 
 #include "ovk/base/failure.h"
+#include "ovk/base/whole_file.h"
 #include "ovk/source/recording_text.h"
 #include "platform/version.h"
 
@@ -175,13 +176,7 @@ qos_file describe_settings(source &from) {
 }
 
 void write_qos_file(const std::string &name, const qos_file &content) {
-    std::ofstream file(name, std::ios::binary);
-
-    file << text_of(json_of(content)) << std::flush;
-    if (!file) {
-        throw failure(exit_status::usage,
-                      name + ": can't be written: " + std::strerror(errno) + "; name another file");
-    }
+    write_whole_file(name, text_of(json_of(content)));
 }
 
 qos_file read_qos_file(const std::string &name) {

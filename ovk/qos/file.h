@@ -15,7 +15,7 @@ struct qos_file {
 
 qos_file describe_settings(source &from);
 
-// Throws failure(usage) when the file can't be written.
+// Whole or not at all. Throws failure(usage) when the file can't be written.
 void write_qos_file(const std::string &name, const qos_file &content);
 
 // Throws failure(usage) for what is no such file.

@@ -7,8 +7,10 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <nlohmann/json.hpp>
 
 #include "ovk/base/failure.h"
+#include "ovk/base/write_all.h"
 #include "ovk/source/recording_text.h"
 
 namespace ovk {
@@ -28,8 +30,10 @@ recording_reader::recording_reader(const std::string &file)
     : file_(file), in_(file, std::ios::binary) {
     std::string line;
 
-    if (!in_ || std::filesystem::is_directory(file)) {
-        throw failure(exit_status::unreachable, file + ": a file that can be read expected");
+    const int error = !in_ ? errno : std::filesystem::is_directory(file) ? EISDIR : 0;
+    if (error != 0) {
+        throw failure(exit_status::unreachable, file + ": can't be read: " + std::strerror(error) +
+                                                    "; ovk record writes recordings");
     }
     if (!read_line(line)) {
         throw failure(exit_status::unreachable,
@@ -75,7 +79,8 @@ recording_writer::recording_writer(const std::string &file, const recording_head
     : file_(file),
       descriptor_(open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0666)) {
     if (descriptor_ < 0) {
-        throw failure(exit_status::usage, file + ": " + std::strerror(errno));
+        throw failure(exit_status::usage,
+                      file + ": can't be written: " + std::strerror(errno) + "; name another file");
     }
     write_line(json_of(header).dump());
 }
@@ -90,14 +95,10 @@ void recording_writer::add(const operation &done) {
 
 void recording_writer::write_line(const std::string &line) {
     const std::string whole = line + "\n";
-    std::string_view left = whole;
 
-    while (!left.empty()) {
-        const ssize_t count = write(descriptor_, left.data(), left.size());
-        if (count < 0 && errno != EINTR) {
-            throw failure(exit_status::unreachable, file_ + ": " + std::strerror(errno));
-        }
-        left.remove_prefix(count < 0 ? 0 : static_cast<std::size_t>(count));
+    if (!write_all(descriptor_, whole)) {
+        throw failure(exit_status::unreachable,
+                      file_ + ": can't be written: " + std::strerror(errno));
     }
     bytes_ += whole.size();
 }

@@ -13,6 +13,7 @@
 
 #include "ovk/base/failure.h"
 #include "ovk/base/open_file.h"
+#include "ovk/base/write_all.h"
 #include "ovk/source/attribute_names.h"
 #include "ovk/source/kernel_messages.h"
 #include "ovk/source/openers.h"
@@ -38,21 +39,10 @@ int read_whole(const std::string &path, std::string &text) {
     return count < 0 ? errno : 0;
 }
 
-// What a write leaves over is written again; of an empty text nothing is.
+// Of an empty text nothing is written.
 int write_whole(const std::string &path, std::string_view text) {
     const open_file file(path, O_WRONLY | O_TRUNC);
-
-    if (!file.good()) {
-        return errno;
-    }
-    while (!text.empty()) {
-        const ssize_t count = ::write(file.descriptor(), text.data(), text.size());
-        if (count < 0) {
-            return errno;
-        }
-        text.remove_prefix(static_cast<std::size_t>(count));
-    }
-    return 0;
+    return file.good() && write_all(file.descriptor(), text) ? 0 : errno;
 }
 
 std::string content_of(const char *path) {

@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // What ovk report prints, of a source and of its recording.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
+#include <filesystem>
+
+#include "ovk/base/open_file.h"
 #include "ovk/report/render.h"
 #include "ovk/report/take.h"
 #include "ovk/source/recorder.h"
@@ -91,6 +95,22 @@ TEST(report_output, is_a_table_and_then_what_belongs_to_all_of_it) {
               "  total      false  cut at 4095 bytes; another         5       7     false  full\n"
               "\n"
               "unparsed: a?[31m line\n");
+}
+
+TEST(report_command, writes_into_what_is_no_file_and_says_when_nothing_could_be_written) {
+    const scratch files;
+    const std::string pipe = files.path("pipe");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    const open_file reader(pipe, O_RDWR);
+    const std::vector<const char *> words = {"ovk", "-s", "sim:zt430", "read", "bw_bus"};
+    std::ostringstream full;
+    std::ostringstream err;
+    full.setstate(std::ios::badbit);
+
+    EXPECT_EQ(ovk_with({"-s", "sim:zt430", "report", "bus", "-o", pipe}).status, 0);
+    EXPECT_TRUE(std::filesystem::is_fifo(pipe));
+    EXPECT_EQ(run_program(static_cast<int>(words.size()), words.data(), full, err), 2);
+    EXPECT_TRUE(err.str().starts_with("ovk: standard output: ")) << err.str();
 }
 
 TEST(report_command, ends_with_the_status_that_says_what_is_wrong) {
