@@ -20,6 +20,10 @@ struct context {
 
     // Opens the source that the user chose. Throws failure.
     std::unique_ptr<source> open() const;
+
+    // Of a recording that will be written, at once or when there is a reason to. Throws
+    // failure(usage) when that can't be, or when it is the source itself.
+    void check_output(const std::string &file) const;
 };
 
 }  // namespace ovk

@@ -104,6 +104,7 @@ void record_rounds(source &from, const record_request &wanted, const recording_w
 }
 
 void run_record(context &shared, const record_request &wanted) {
+    shared.check_output(wanted.file);
     const auto from = shared.open();
     recording_writer to(wanted.file, describe_source(*from));
     recorder both(*from, to);

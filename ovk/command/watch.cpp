@@ -175,7 +175,10 @@ void add_watch(CLI::App &app, context &shared) {
         ->check(CLI::PositiveNumber);
     command->add_flag("--repeat", wanted->repeat, "Go on watching; recordings are numbered");
     command->add_option("COMMAND", wanted->command, "What to run then, behind --");
-    command->callback([&shared, wanted] { watcher(shared, *wanted).run(); });
+    command->callback([&shared, wanted] {
+        shared.check_output(wanted->file);
+        watcher(shared, *wanted).run();
+    });
 }
 
 }  // namespace ovk

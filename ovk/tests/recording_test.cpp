@@ -178,6 +178,8 @@ TEST(recording, that_is_damaged_or_of_another_format_is_refused_with_its_line) {
         EXPECT_EQ(came.status, 3) << damage.content;
         EXPECT_NE(came.err.find(damage.says), std::string::npos) << came.err;
     }
+    ovk_with({"-s", "file:" + files.path("r"), "record", "-o", files.path("r"), "--count", "1"});
+    EXPECT_EQ(lines_of(files.content("r")), whole);
     EXPECT_EQ(status_of_opening(files.path()), 3);
     EXPECT_EQ(status_of_opening(files.path("none")), 3);
 }
