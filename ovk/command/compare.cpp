@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "ovk/command/commands.h"
+#include "ovk/command/numbers.h"
 #include "ovk/compare/series.h"
 #include "ovk/compare/statistics.h"
 #include "ovk/report/render.h"
@@ -106,13 +107,6 @@ void run_compare(context &shared, const compare_request &wanted) {
     }
 }
 
-std::string without_percent_sign(std::string text) {
-    if (text.ends_with('%')) {
-        text.pop_back();
-    }
-    return text;
-}
-
 }  // namespace
 
 void add_compare(CLI::App &app, context &shared) {
@@ -126,8 +120,7 @@ void add_compare(CLI::App &app, context &shared) {
     command
         ->add_option("--max-increase", wanted->max_increase_percent,
                      "Status 1 when a figure has grown by more percent")
-        ->transform(without_percent_sign)
-        ->check(CLI::NonNegativeNumber);
+        ->transform(percentage());
     command->callback([&shared, wanted] { run_compare(shared, *wanted); });
 }
 

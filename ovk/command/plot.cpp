@@ -2,6 +2,7 @@
 // ovk plot: recordings as a page.
 #include "ovk/base/whole_file.h"
 #include "ovk/command/commands.h"
+#include "ovk/command/numbers.h"
 #include "ovk/plot/page.h"
 
 namespace ovk {
@@ -36,7 +37,7 @@ void add_plot(CLI::App &app, context &) {
     command
         ->add_option("--penalty", wanted->penalty_percent,
                      "Percent above which the verdict is DANGER (default: by the verdicts)")
-        ->check(CLI::PositiveNumber);
+        ->transform(percentage());
     command->callback([wanted] { run_plot(*wanted); });
 }
 

@@ -8,7 +8,7 @@
 
 #include "ovk/base/interrupt.h"
 #include "ovk/command/commands.h"
-#include "ovk/command/duration.h"
+#include "ovk/command/numbers.h"
 #include "ovk/report/sweep.h"
 #include "ovk/report/trace_events.h"
 #include "ovk/source/attribute_names.h"
@@ -130,12 +130,12 @@ void add_record(CLI::App &app, context &shared) {
     command->add_option("-o,--output", wanted->file, "File to write, JSON Lines")->required();
     command->add_option("--every", wanted->every_ns, "From one round to the next (default 1s)")
         ->transform(duration())
-        ->check(CLI::NonNegativeNumber);
+        ->check(up_to_a_year());
     auto *limit = command->add_option("--for", wanted->for_ns, "How long (default: until Ctrl-C)")
                       ->transform(duration())
-                      ->check(CLI::NonNegativeNumber);
+                      ->check(up_to_a_year());
     command->add_option("--count", wanted->count, "How many rounds")
-        ->check(CLI::PositiveNumber)
+        ->check(positive<std::uint64_t>())
         ->excludes(limit);
     command->add_option("--reports", wanted->reports, "What a round reads (default total)")
         ->delimiter(',')

@@ -4,6 +4,7 @@
 
 #include "ovk/base/whole_file.h"
 #include "ovk/command/commands.h"
+#include "ovk/command/numbers.h"
 #include "ovk/report/render.h"
 #include "ovk/report/take.h"
 
@@ -174,7 +175,7 @@ void add_report(CLI::App &app, context &shared) {
     command->add_option("--format", wanted->format, "How (default text)")
         ->check(CLI::IsMember({"text", "json", "csv", "openmetrics"}));
     command->add_option("--time", wanted->time_ms, "Measuring time in ms; it stays set")
-        ->check(CLI::PositiveNumber);
+        ->check(positive<std::uint32_t>());
     command->add_option("-o,--output", wanted->output,
                         "File, replaced as a whole (default: standard output)");
     command->add_option("--module", wanted->module, "Id or name of a module");

@@ -7,7 +7,7 @@
 #include "ovk/base/interrupt.h"
 #include "ovk/base/run_and_wait.h"
 #include "ovk/command/commands.h"
-#include "ovk/command/duration.h"
+#include "ovk/command/numbers.h"
 #include "ovk/report/sweep.h"
 #include "ovk/watch/alarm.h"
 #include "ovk/watch/flight_recorder.h"
@@ -164,15 +164,15 @@ void add_watch(CLI::App &app, context &shared) {
                      "several have to hold")
         ->required();
     command->add_option("--for", wanted->in_row, "For so many sweeps in a row (default 1)")
-        ->check(CLI::PositiveNumber);
+        ->check(positive<std::uint64_t>());
     command->add_option("--keep", wanted->keep, "Sweeps in the recording (default 60)")
-        ->check(CLI::PositiveNumber);
+        ->check(positive<std::uint64_t>());
     command->add_option("-o,--output", wanted->file, "Recording to write then")->required();
     command->add_option("--every", wanted->every_ns, "From one sweep to the next (default 1s)")
         ->transform(duration())
-        ->check(CLI::NonNegativeNumber);
+        ->check(up_to_a_year());
     command->add_option("--count", wanted->count, "Give up after so many sweeps")
-        ->check(CLI::PositiveNumber);
+        ->check(positive<std::uint64_t>());
     command->add_flag("--repeat", wanted->repeat, "Go on watching; recordings are numbered");
     command->add_option("COMMAND", wanted->command, "What to run then, behind --");
     command->callback([&shared, wanted] {

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fstream>
+#include <nlohmann/json.hpp>
 
 #include "ovk/base/failure.h"
 #include "ovk/base/whole_file.h"
@@ -147,7 +148,11 @@ qos_file qos_file_of(const json &file) {
         read_ports(list, list_in(file, list.name), content.settings.ports);
     }
     for (const json &each : list_in(file, "cpu_ranges")) {
-        content.settings.cpu.at(each.at("scope").get<std::size_t>()) = scope_of(each);
+        const auto scope = each.at("scope").get<std::size_t>();
+        if (scope >= cpu_scopes) {
+            throw failure(exit_status::usage, "there is no scope " + std::to_string(scope));
+        }
+        content.settings.cpu.at(scope) = scope_of(each);
     }
     for (const json &each : list_in(file, "unreadable")) {
         content.settings.unreadable.push_back(bytes_of_json(each));

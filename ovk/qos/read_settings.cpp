@@ -189,7 +189,10 @@ class settings_reader {
         limits_report shown;
         const bool there = !take_or_throw(from_, "cpupri_slot").came.text.empty();
         add_cpu_ranges(shown, take_or_throw(from_, "cpupri"));
-        if (!there || !shown.head.complete) {
+        const bool odd =
+            std::any_of(shown.cpu_ranges.begin(), shown.cpu_ranges.end(),
+                        [](const cpu_range &each) { return *each.scope >= cpu_scopes; });
+        if (!there || odd || !shown.head.complete) {
             found_.unreadable.emplace_back("CPU ranges: cpupri does not show them");
             return;
         }

@@ -10,6 +10,7 @@ namespace ovk {
 namespace {
 
 constexpr std::int64_t us_per_s = 1'000'000;
+constexpr std::int64_t most_seconds = 1'000'000'000;  // no machine is up for 31 years
 constexpr std::size_t digits_of_us = 6;
 
 // "   12.345678", or nothing.
@@ -20,7 +21,8 @@ std::optional<std::int64_t> us_of_stamp(const std::string &stamp) {
     std::int64_t us = 0;
     const auto [point, error] = std::from_chars(first, last, seconds);
 
-    if (error != std::errc() || last - point != 1 + digits_of_us || *point != '.' ||
+    if (error != std::errc() || seconds < 0 || seconds > most_seconds ||
+        last - point != 1 + digits_of_us || *point != '.' ||
         std::from_chars(point + 1, last, us).ptr != last) {
         return std::nullopt;
     }

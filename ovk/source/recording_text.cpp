@@ -2,6 +2,9 @@
 #include "ovk/source/recording_text.h"
 
 #include <charconv>
+#include <cstdint>
+#include <limits>
+#include <nlohmann/json.hpp>
 
 #include "ovk/base/failure.h"
 
@@ -78,11 +81,22 @@ json json_of_answer(const answer &came) {
             {"text", json_of_bytes(came.text)}};
 }
 
+// A number that a conversion would change is none.
+template <class number>
+number number_of(const json &value) {
+    if (!value.is_number_unsigned() ||
+        value.get<std::uint64_t>() > std::uint64_t{std::numeric_limits<number>::max()}) {
+        throw failure(exit_status::unreachable,
+                      value.dump() + " is no number that can stand there");
+    }
+    return value.get<number>();
+}
+
 answer answer_of(const json &line) {
     return {.text = bytes_of_json(line.at("text")),
-            .error = line.at("error").get<int>(),
-            .start_ns = line.at("start_ns").get<std::int64_t>(),
-            .end_ns = line.at("end_ns").get<std::int64_t>()};
+            .error = number_of<int>(line.at("error")),
+            .start_ns = number_of<std::int64_t>(line.at("start_ns")),
+            .end_ns = number_of<std::int64_t>(line.at("end_ns"))};
 }
 
 }  // namespace
@@ -145,7 +159,7 @@ recording_header header_of(const json &line) {
     for (const char *what : fact_names) {
         header.facts[what] = line.at(what).is_null() ? "" : bytes_of_json(line.at(what));
     }
-    header.boot_ns = line.at("clock").at("boot_ns");
+    header.boot_ns = number_of<std::int64_t>(line.at("clock").at("boot_ns"));
     header.utc = line.at("clock").at("utc");
     header.attributes = line.at("attributes").get<std::vector<std::string>>();
     header.ip_config = answer_of(line.at("ip_config"));

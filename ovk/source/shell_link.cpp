@@ -59,13 +59,14 @@ printf 'ovk %s end\n' "$ovk_number"
 std::optional<std::int64_t> ns_of_uptime(const std::string &word) {
     constexpr std::int64_t ns_per_s = 1'000'000'000;
     constexpr std::int64_t ns_per_hundredth = ns_per_s / 100;
+    constexpr std::int64_t most_seconds = 1'000'000'000;  // no machine is up for 31 years
     const char *const last = word.data() + word.size();
     std::int64_t seconds = 0;
     std::int64_t hundredths = 0;
     const auto [point, error] = std::from_chars(word.data(), last, seconds);
 
-    if (error != std::errc() || last - point != 3 || *point != '.' ||
-        std::from_chars(point + 1, last, hundredths).ptr != last) {
+    if (error != std::errc() || seconds < 0 || seconds > most_seconds || last - point != 3 ||
+        *point != '.' || std::from_chars(point + 1, last, hundredths).ptr != last) {
         return std::nullopt;
     }
     return seconds * ns_per_s + hundredths * ns_per_hundredth;

@@ -126,6 +126,7 @@ TEST(compare, ends_with_status_1_when_a_limit_is_exceeded) {
                  {{"--max-increase", "5"}, 1},
                  {{"--max-increase", "-5%"}, 2},
                  {{"--max-increase", "some"}, 2},
+                 {{"--max-increase", "nan"}, 2},
                  {{"--format", "csv"}, 2}};
     for (const auto &each : cases) {
         EXPECT_EQ(compare(each.options).status, each.status) << each.options.back();

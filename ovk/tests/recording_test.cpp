@@ -163,6 +163,14 @@ TEST(recording, that_is_damaged_or_of_another_format_is_refused_with_its_line) {
         {head + whole.at(1).substr(9) + "\n" + whole.at(2) + "\n", "line 2"},
         {head + whole.at(1) + "\n{\"op\":\"erase\",\"attribute\":\"a\"}\n", "line 3"},
         {head + whole.at(1) + "\n{\"op\":\"read\",\"attribute\":\"a\"}\n", "line 3"},
+        {head + R"({"op":"read","attribute":"a","start_ns":0,"end_ns":1e300,"error":0,)"
+                R"("text":"","log":[]})"
+                "\n",
+         "line 2: 1e+300 is"},
+        {head + R"({"op":"read","attribute":"a","start_ns":0,"end_ns":0,"error":4294967296,)"
+                R"("text":"","log":[]})"
+                "\n",
+         "line 2: 4294967296 is"},
         {head + R"({"op":"read","attribute":"a","start_ns":0,"end_ns":0,"error":0,)"
                 R"("text":{"hex":"4g"},"log":[]})"
                 "\n",

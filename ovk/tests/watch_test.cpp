@@ -55,9 +55,9 @@ TEST(condition, is_a_figure_a_comparison_and_a_number) {
     EXPECT_EQ(condition("bus.usage_percent > 1").report(), "bus");
     EXPECT_EQ(condition("emi.channels.0.ports.3.latency_ns > 1").report(), "emi");
     for (const char *wrong :
-         {"", "usage_percent", "usage_percent >", "usage_percent > x", "usage_percent > 9 %",
-          "usage_percent = 9", "> 9", "usage > 9", "modules.A.speed > 9", "latency_ns > 9",
-          "ports.modules.A.id > 1", "status == 1"}) {
+         {"", "usage_percent", "usage_percent >", "usage_percent > x", "usage_percent > nan",
+          "usage_percent > 9 %", "usage_percent = 9", "> 9", "usage > 9", "modules.A.speed > 9",
+          "latency_ns > 9", "ports.modules.A.id > 1", "status == 1"}) {
         EXPECT_EQ(ovk_with({"-s", "sim:zt430", "watch", "-o", "/dev/null", "--count", "1", "--when",
                             wrong})
                       .status,

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <functional>
 #include <iterator>
 #include <string_view>
@@ -87,7 +88,8 @@ condition::condition(const std::string &text) : text_(trimmed(text)) {
     }
     const std::string number = trimmed(behind.substr(sign->sign.size()));
     const auto parsed = std::from_chars(number.data(), number.data() + number.size(), limit_);
-    if (number.empty() || parsed.ec != std::errc() || parsed.ptr != number.data() + number.size()) {
+    if (number.empty() || parsed.ec != std::errc() || !std::isfinite(limit_) ||
+        parsed.ptr != number.data() + number.size()) {
         refuse(text_, "'" + number + "' is no number");
     }
     compare_ = sign->compare;
