@@ -55,12 +55,14 @@ std::optional<any_report> parse_operation(const operation &done) {
     return found->parse({done.came, done.log});
 }
 
-// The simple view is read right behind a full one that was cut.
+// The simple view is read right behind a full one that was cut, unless it may not be chosen: what
+// comes then is the next report.
 total_report replay::complete_total(total_report report) {
     const recording_reader::place behind = recorded_.here();
     const auto view = recorded_.next();
 
-    if (is_cut(report) && view && view->is_write && view->attribute == "simple_mon") {
+    if (is_cut(report) && view && view->is_write && view->attribute == "simple_mon" &&
+        view->came.error == 0) {
         const auto simple = recorded_.next();
         if (is_total(simple)) {
             add_simple_view(report, parse_total(reading{simple->came, simple->log}));

@@ -2,6 +2,8 @@
 // What other programs are given: metrics, trace events, and the page.
 #include <gtest/gtest.h>
 
+#include <cerrno>
+
 #include "ovk/plot/page.h"
 #include "ovk/report/trace_events.h"
 #include "ovk/tests/hand_made.h"
@@ -30,6 +32,15 @@ std::vector<operation> three_sweeps() {
     };
 }
 
+// A full view that lost all behind its first module.
+operation cut_view(std::size_t second) {
+    operation view = simple_view(second, "", 0);
+    view.came.text =
+        "  ID    MODULE      DOMAIN     DATA_BW     EFFI(%)      BUS_BW    ULTRA(%) PREULTRA(%)\n"
+        "   0       CPU         CPU         100          50         200           0           0\n";
+    return view;
+}
+
 }  // namespace
 
 TEST(openmetrics, has_base_units_and_leaves_out_what_is_not_known) {
@@ -53,6 +64,19 @@ TEST(openmetrics, has_base_units_and_leaves_out_what_is_not_known) {
     EXPECT_TRUE(text.ends_with("\novk_total_complete 1\n# EOF\n")) << text;
     EXPECT_EQ(text.find("efficiency"), std::string::npos);
     EXPECT_EQ(ovk_with({"-s", view, "report", "total", "-o", files.path("no/file")}).status, 2);
+}
+
+TEST(replay, takes_no_later_sweep_for_a_simple_view_that_was_refused) {
+    const scratch files;
+    const operation refused = {.is_write = true,
+                               .attribute = "simple_mon",
+                               .written = "1",
+                               .came = {"", EACCES, 101'000'000'000, 101'000'000'000}};
+    const std::string file =
+        recording_of(files, "r", {cut_view(0), refused, cut_view(2), refused, cut_view(4)});
+
+    EXPECT_EQ(columns_of(file, {})["reports"]["total"]["end_ns"],
+              json({100'500'000'000, 102'500'000'000, 104'500'000'000}));
 }
 
 TEST(trace, has_a_slice_a_sweep_an_event_a_figure_and_instants_in_us_since_boot) {
