@@ -12,6 +12,9 @@ namespace {
 constexpr const char *keys[] = {"name",    "id",     "port",      "larb",  "common", "fifo",
                                 "channel", "module", "direction", "scope", "domain", "status"};
 
+// Members of a port that is not in its block's own list.
+constexpr const char *blocks[] = {"channel", "larb"};
+
 // Members of whole reports that are no measurement.
 constexpr const char *heads[] = {"report", "complete", "reason",    "start_ns",
                                  "end_ns", "log_seen", "view",      "simple_view",
@@ -43,6 +46,13 @@ std::string singular(const std::string &list) {
     return list.substr(0, list.size() - 1);
 }
 
+const char *block_of(const json &element) {
+    const auto *found = std::find_if(std::begin(blocks), std::end(blocks), [&](const char *each) {
+        return element.contains("port") && element.contains(each);
+    });
+    return found == std::end(blocks) ? nullptr : *found;
+}
+
 class collector {
   public:
     std::vector<named_figure> found;
@@ -65,6 +75,11 @@ class collector {
         return {place.name + dot + name, place.family + dot + name, place.labels};
     }
 
+    static void go_into(named_figure &place, const std::string &what, const std::string &which) {
+        place.name += "." + which;
+        place.labels.emplace_back(what, which);
+    }
+
     // Two of one name are told apart by their numbers in the list.
     void add_list(const std::string &name, const json &list, const named_figure &place) {
         std::set<std::string> known;
@@ -72,14 +87,17 @@ class collector {
             if (!element.is_object()) {
                 return;
             }
-            std::string own = name_of_element(element);
-            if (!known.insert(own).second) {
-                own += "#" + std::to_string(known.size());
-                known.insert(own);
-            }
+            const char *const block = block_of(element);
             named_figure there = inside(place, name);
-            there.name += "." + own;
-            there.labels.emplace_back(singular(name), own);
+            std::string own = name_of_element(element);
+            if (block != nullptr) {
+                go_into(there, block, text_of_key(element[block]));
+            }
+            if (!known.insert(there.name + "." + own).second) {
+                own += "#" + std::to_string(known.size());
+                known.insert(there.name + "." + own);
+            }
+            go_into(there, block != nullptr ? "port" : singular(name), own);
             add_object(element, there);
         }
     }

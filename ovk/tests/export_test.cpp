@@ -66,6 +66,19 @@ TEST(openmetrics, has_base_units_and_leaves_out_what_is_not_known) {
     EXPECT_EQ(ovk_with({"-s", view, "report", "total", "-o", files.path("no/file")}).status, 2);
 }
 
+TEST(openmetrics, tells_the_ports_of_all_blocks_apart) {
+    const outcome came =
+        ovk_with({"-s", "sim:zt410", "report", "limits", "--format", "openmetrics"});
+
+    EXPECT_NE(came.out.find("\novk_limits_emi_read_timer{channel=\"0\",port=\"7\"} 0\n"),
+              std::string::npos)
+        << came.out;
+    EXPECT_NE(came.out.find("\novk_limits_larbs_outstanding_limit{larb=\"7\",port=\"1\"} "),
+              std::string::npos)
+        << came.out;
+    EXPECT_EQ(came.out.find("#2"), std::string::npos);
+}
+
 TEST(replay, takes_no_later_sweep_for_a_simple_view_that_was_refused) {
     const scratch files;
     const operation refused = {.is_write = true,
