@@ -17,7 +17,7 @@ void run_doctor(context &shared) {
     const auto where = shared.open();
 
     for (const finding &each : examine(*where)) {
-        shared.out << word_for(each.found) << each.subject << ": " << utf8_of(each.what)
+        shared.out << word_for(each.found) << each.subject << ": " << printable(each.what)
                    << (each.next.empty() ? "" : "; " + each.next) << "\n";
         if (each.found == health::wrong) {
             shared.status = exit_status::condition;

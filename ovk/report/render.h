@@ -19,6 +19,9 @@ json json_of(const any_report &report);
 // The bytes as UTF-8.
 std::string utf8_of(const std::string &bytes);
 
+// The same, with nothing in it that a terminal would obey.
+std::string printable(const std::string &bytes);
+
 // One of the same kind that knows nothing, with an element in every list: all its members.
 json sample_of(const any_report &report);
 

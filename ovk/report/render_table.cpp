@@ -10,14 +10,6 @@ namespace {
 
 using row = std::vector<std::string>;
 
-// Nothing may move the cursor.
-std::string printable(std::string text) {
-    std::replace_if(
-        text.begin(), text.end(),
-        [](char each) { return static_cast<unsigned char>(each) < ' ' || each == '\x7f'; }, '?');
-    return text;
-}
-
 std::string joined(const json &list);
 
 std::string bare_text(const json &value) {
@@ -123,6 +115,21 @@ json rows_of_list(const json &list) {
 }
 
 }  // namespace
+
+// The controls of 8 bits are two bytes in UTF-8, 0xc2 and themselves.
+std::string printable(const std::string &bytes) {
+    std::string text;
+
+    for (const char each : utf8_of(bytes)) {
+        const auto byte = static_cast<unsigned char>(each);
+        if (byte >= 0x80 && byte < 0xa0 && text.ends_with('\xc2')) {
+            text.back() = '?';
+        } else {
+            text += byte < ' ' || byte == 0x7f ? '?' : each;
+        }
+    }
+    return text;
+}
 
 std::string text_of(const json &report) {
     json own = json::object();

@@ -95,6 +95,7 @@ TEST(report_output, is_a_table_and_then_what_belongs_to_all_of_it) {
               "  total      false  cut at 4095 bytes; another         5       7     false  full\n"
               "\n"
               "unparsed: a?[31m line\n");
+    EXPECT_EQ(printable("\x1b[1m\xc2\x9b[2J \xc3\xa9\xff"), "?[1m?[2J \xc3\xa9\xef\xbf\xbd");
 }
 
 TEST(report_command, writes_into_what_is_no_file_and_says_when_nothing_could_be_written) {
