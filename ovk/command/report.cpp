@@ -21,8 +21,9 @@ struct report_request {
     bool strict = false;
 };
 
-failure no_module(const std::string &module) {
-    return {exit_status::usage, "the report has no module '" + module + "'"};
+failure no_module(const source &where, const std::string &module) {
+    return {exit_status::usage, where.name() + ": the report has no module '" + module +
+                                    "'; without --module it shows those that it has"};
 }
 
 // By name or by id.
@@ -41,7 +42,7 @@ any_report take_total(source &from, const report_request &wanted) {
     if (wanted.module) {
         keep_module(report.modules, *wanted.module);
         if (report.modules.empty()) {
-            throw no_module(*wanted.module);
+            throw no_module(from, *wanted.module);
         }
         std::erase_if(report.bars, [&](const bar_figures &bar) {
             return bar.name != report.modules.front().name;
@@ -90,7 +91,7 @@ any_report take_fifo(source &from, const report_request &wanted) {
         std::erase_if(report.fifos,
                       [&](const fifo_figures &each) { return each.module != wanted.module; });
         if (report.fifos.empty()) {
-            throw no_module(*wanted.module);
+            throw no_module(from, *wanted.module);
         }
     }
     return report;
@@ -103,7 +104,7 @@ any_report take_ports(source &from, const report_request &wanted) {
         keep_module(report.modules, *wanted.module);
         keep_module(report.larb_modules, *wanted.module);
         if (report.modules.empty()) {
-            throw no_module(*wanted.module);
+            throw no_module(from, *wanted.module);
         }
     }
     return report;

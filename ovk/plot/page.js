@@ -209,7 +209,7 @@ function drawBandwidth(limits) {
     sets.push(line(`${recordings[1].name}: sum`, points(other, shownSum(other), limits), text,
       {borderDash: [6, 3], borderWidth: 2.5}));
   }
-  const most = theory ? Math.max(...theory.filter((value) => value !== null), 0) : 0;
+  const most = (theory || []).reduce((all, value) => Math.max(all, value ?? 0), 0);
   const [low, high] = limitBounds(recordings[0]);
   const exact = low === high;
   const band = low > 0 && high < Infinity && most

@@ -16,7 +16,23 @@ larb_selector::larb_selector(source &where)
     }
 }
 
-// The reference and the sum are not listed; they are the last two.
+// The sum has the highest id. Like it the reference is not listed: its id is the one that is
+// missing.
+static figure id_of_unlisted(const label &name, const std::vector<module_ports> &listed) {
+    const auto is_listed = [&](std::uint64_t id) {
+        return std::any_of(listed.begin(), listed.end(),
+                           [&](const module_ports &each) { return each.id == id; });
+    };
+    std::uint64_t missing = 0;
+
+    while (is_listed(missing)) {
+        ++missing;
+    }
+    return name == "REF_EMI" ? figure(missing)
+           : name == "SUM"   ? figure(listed.size() + 1)
+                             : std::nullopt;
+}
+
 std::optional<std::uint64_t> larb_selector::find(const label &name) const {
     for (const larb_module &each : ports_.larb_modules) {
         if (each.name == name) {
@@ -28,9 +44,7 @@ std::optional<std::uint64_t> larb_selector::find(const label &name) const {
             return each.id;
         }
     }
-    return name == "REF_EMI" ? figure(ports_.modules.size())
-           : name == "SUM"   ? figure(ports_.modules.size() + 1)
-                             : std::nullopt;
+    return id_of_unlisted(name, ports_.modules);
 }
 
 std::uint64_t larb_selector::id_of(const std::string &module) const {
