@@ -2,143 +2,111 @@
 #include "ovk/compare/series.h"
 
 #include <algorithm>
-#include <cerrno>
+#include <charconv>
+#include <string_view>
 
-#include "ovk/report/parse.h"
+#include "ovk/report/named_figures.h"
+#include "ovk/report/replay.h"
 
 namespace ovk {
 
 namespace {
 
-class collector {
-  public:
-    void add(const operation &done) {
-        const auto *found =
-            std::find_if(std::begin(reports), std::end(reports),
-                         [&](const auto &each) { return done.attribute == each.attribute; });
-        if (done.is_write || found == std::end(reports)) {
-            return;
-        }
-        ++all_.reads;
-        if (done.came.error != 0) {
-            ++all_.failed;
-            return;
-        }
-        report_ = found->name;
-        (this->*found->take)({done.came, done.log});
-    }
+// What the memory carries, and how long it lets wait.
+constexpr std::string_view compared[] = {"_mbps", "_period_ns", "latency_ns", "usage_percent"};
 
-    recorded_figures take() { return std::move(all_); }
-
-  private:
-    void note(figure_place place, const char *name, const figure &value) {
-        place.report = report_;
-        place.name = name;
-        const auto [entry, is_new] = all_.values.try_emplace(place);
-        if (is_new) {
-            all_.places.push_back(place);
-        }
-        if (value) {
-            entry->second.push_back(static_cast<double>(*value));
-        }
-    }
-
-    void note_head(const report_head &head) { all_.incomplete += head.complete ? 0 : 1; }
-
-    void add_module(const module_figures &module) {
-        note({.module = module.name}, "data_mbps", module.data_mbps);
-        note({.module = module.name}, "bus_mbps", module.bus_mbps);
-    }
-
-    void add_total(const reading &from) {
-        const total_report report = parse_total(from);
-        note_head(report.head);
-        std::for_each(report.modules.begin(), report.modules.end(),
-                      [this](const module_figures &each) { add_module(each); });
-        if (report.sum.name) {
-            add_module(report.sum);
-        }
-    }
-
-    void add_larb(const reading &from) {
-        const larb_report report = parse_larb(from);
-        note_head(report.head);
-        for (const larb_figures &larb : report.larbs) {
-            for (const larb_port_figures &port : larb.ports) {
-                const figure_place place{.module = report.module,
-                                         .block = "larb " + std::to_string(*larb.larb),
-                                         .port = port.port};
-                note(place, "read_mbps", port.read_mbps);
-                note(place, "write_mbps", port.write_mbps);
-                note(place, "max_period_ns", port.max_period_ns);
-            }
-        }
-    }
-
-    void add_scomm(const reading &from) {
-        const scomm_report report = parse_scomm(from);
-        note_head(report.head);
-        for (const common_figures &common : report.commons) {
-            for (const common_port_figures &port : common.ports) {
-                const figure_place place{
-                    .block = "SMI common " + std::to_string(*common.common) + " " + *port.direction,
-                    .port = port.port};
-                note(place, "read_mbps", port.read_mbps);
-                note(place, "write_mbps", port.write_mbps);
-                note(place, "max_read_period_ns", port.max_read_period_ns);
-                note(place, "max_write_period_ns", port.max_write_period_ns);
-            }
-        }
-    }
-
-    void add_emi(const reading &from) {
-        const emi_report report = parse_emi(from);
-        note_head(report.head);
-        for (const emi_channel_figures &channel : report.channels) {
-            for (const emi_port_figures &port : channel.ports) {
-                const figure_place place{
-                    .block = channel.channel ? "EMI channel " + std::to_string(*channel.channel)
-                                             : "all EMI channels",
-                    .port = port.port};
-                note(place, "data_mbps", port.data_mbps);
-                note(place, "bus_mbps", port.bus_mbps);
-                note(place, "latency_ns", port.latency_ns);
-            }
-        }
-    }
-
-    void add_bus(const reading &from) {
-        const bus_report report = parse_bus(from);
-        note_head(report.head);
-        note({}, "usage_percent", report.usage_percent);
-    }
-
-    struct known_report {
-        const char *attribute;
-        const char *name;
-        void (collector::*take)(const reading &);
-    };
-    static constexpr known_report reports[] = {
-        {"bw_total", "total", &collector::add_total}, {"bw_larb", "larb", &collector::add_larb},
-        {"bw_scomm", "scomm", &collector::add_scomm}, {"bw_emi", "emi", &collector::add_emi},
-        {"bw_bus", "bus", &collector::add_bus},
-    };
-
-    std::string report_;
-    recorded_figures all_;
+// The lists whose elements are blocks with ports.
+struct block_list {
+    std::string_view element;
+    const char *words;
 };
+
+constexpr block_list block_lists[] = {
+    {"larb", "larb "}, {"common", "SMI common "}, {"channel", "EMI channel "}};
+
+// "usage" says of the whole what "sum" does.
+bool is_compared(const std::string &family) {
+    return !family.starts_with("usage.") &&
+           std::any_of(std::begin(compared), std::end(compared),
+                       [&](std::string_view ending) { return family.ends_with(ending); });
+}
+
+// "3"; of a common "in3", where the direction belongs to the block.
+void put_port(figure_place &place, const std::string &port) {
+    const std::size_t digits = port.find_first_of("0123456789");
+    std::uint64_t number = 0;
+
+    if (digits == std::string::npos) {
+        return;
+    }
+    if (digits > 0) {
+        place.block = place.block.value_or("") + " " + port.substr(0, digits);
+    }
+    std::from_chars(port.data() + digits, port.data() + port.size(), number);
+    place.port = number;
+}
+
+void put_element(figure_place &place, const std::string &element, const std::string &which) {
+    const auto *const block =
+        std::find_if(std::begin(block_lists), std::end(block_lists),
+                     [&](const block_list &each) { return each.element == element; });
+
+    if (element == "module") {
+        place.module = which;
+    } else if (element == "port") {
+        put_port(place, which);
+    } else if (block != std::end(block_lists)) {
+        place.block = which == "all" ? "all EMI channels" : block->words + which;
+    }
+}
+
+figure_place place_of(const any_report &report, const named_figure &figure) {
+    figure_place place{.report = name_of(report),
+                       .name = figure.family.substr(figure.family.rfind('.') + 1)};
+
+    if (const auto *const larb = std::get_if<larb_report>(&report)) {
+        place.module = larb->module ? label(utf8_of(*larb->module)) : std::nullopt;
+    }
+    if (figure.family.starts_with("sum.") && std::holds_alternative<total_report>(report)) {
+        place.module = "SUM";
+    }
+    for (const auto &[element, which] : figure.labels) {
+        put_element(place, element, which);
+    }
+    return place;
+}
+
+void add_report(recorded_figures &to, const any_report &report) {
+    ++to.reads;
+    to.incomplete += head_of(report).complete ? 0 : 1;
+    for (const named_figure &each : figures_of(report)) {
+        if (!is_compared(each.family)) {
+            continue;
+        }
+        const figure_place place = place_of(report, each);
+        const auto [entry, is_new] = to.values.try_emplace(place);
+        if (is_new) {
+            to.places.push_back(place);
+        }
+        if (each.value) {
+            entry->second.push_back(*each.value);
+        }
+    }
+}
 
 }  // namespace
 
-recorded_figures figures_of(const std::string &recording) {
-    recording_reader reader(recording);
-    collector all;
+recorded_figures recorded_figures_of(const std::string &recording) {
+    replay recorded(recording);
+    recorded_figures found{.source = recorded.header().source};
 
-    while (const auto done = reader.next()) {
-        all.add(*done);
+    while (const auto next = recorded.next()) {
+        if (const auto *const report = std::get_if<any_report>(&*next)) {
+            add_report(found, *report);
+        }
     }
-    recorded_figures found = all.take();
-    found.source = reader.header().source;
+    found.failed = recorded.failed_reads();
+    found.reads += found.failed;
     return found;
 }
 

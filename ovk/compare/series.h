@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "ovk/report/figures.h"
-#include "ovk/source/recording.h"
 
 namespace ovk {
 
@@ -31,6 +30,6 @@ struct recorded_figures {
 };
 
 // Throws failure(unreachable) for what is no recording.
-recorded_figures figures_of(const std::string &recording);
+recorded_figures recorded_figures_of(const std::string &recording);
 
 }  // namespace ovk

@@ -2,6 +2,7 @@
 #include "ovk/report/named_figures.h"
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 #include <set>
 
 namespace ovk {
@@ -125,6 +126,14 @@ std::vector<named_figure> figures_of(const json &report) {
     }
     all.add_object(measured, {});
     return std::move(all.found);
+}
+
+std::vector<named_figure> figures_of(const any_report &report) {
+    return figures_of(json_of(report));
+}
+
+std::vector<named_figure> possible_figures_of(const any_report &kind) {
+    return figures_of(sample_of(kind));
 }
 
 json number_of(double value) {

@@ -23,6 +23,10 @@ struct named_figure {
 // In the order of the members. What only tells which element it is, or when, is no figure; the bars
 // repeat the modules' figures and are left out.
 std::vector<named_figure> figures_of(const json &report);
+std::vector<named_figure> figures_of(const any_report &report);
+
+// All that a report of that kind can have, with an element in every list.
+std::vector<named_figure> possible_figures_of(const any_report &kind);
 
 // A whole one without a decimal point.
 json number_of(double value);

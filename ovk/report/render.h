@@ -37,6 +37,9 @@ std::string text_of(const json &report);
 // The columns are the same for all reports of a kind. Empty: not known.
 std::string csv_of(const any_report &report);
 
+// The line of titles, the members of `titles`, and then the rows.
+std::string csv_lines(const json &rows, const json &titles);
+
 // For the node exporter: gauges in base units, without time stamps. What is not known is left out.
 std::string openmetrics_of(const any_report &report);
 

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
+#include <nlohmann/json.hpp>
+
 #include "ovk/report/render.h"
 
 namespace ovk {
@@ -71,7 +73,9 @@ std::string cell_of(const json &value) {
     return value.is_null() ? "" : value.is_string() ? quoted(value) : value.dump();
 }
 
-std::string lines_of(const json &rows, const json &titles) {
+}  // namespace
+
+std::string csv_lines(const json &rows, const json &titles) {
     std::string text;
     std::string line;
 
@@ -90,8 +94,6 @@ std::string lines_of(const json &rows, const json &titles) {
     return text;
 }
 
-}  // namespace
-
 json rows_of(const json &object) {
     json rows = json::array();
     add_rows(object, json::object(), rows);
@@ -103,7 +105,7 @@ std::string csv_of(const any_report &report) {
     for (const json &each : rows_of(sample_of(report))) {
         titles.update(each);
     }
-    return lines_of(rows_of(json_of(report)), titles);
+    return csv_lines(rows_of(json_of(report)), titles);
 }
 
 }  // namespace ovk

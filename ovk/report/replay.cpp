@@ -38,6 +38,14 @@ bool is_selection(const operation &done) {
            std::end(selections);
 }
 
+// Nothing when the operation is no read of a report.
+const report_attribute *attribute_of(const operation &done) {
+    const auto *found =
+        std::find_if(std::begin(report_attributes), std::end(report_attributes),
+                     [&](const report_attribute &each) { return done.attribute == each.name; });
+    return done.is_write || done.is_mark || found == std::end(report_attributes) ? nullptr : found;
+}
+
 bool is_total(const std::optional<operation> &done) {
     return done && !done->is_write && done->attribute == "bw_total" && done->came.error == 0;
 }
@@ -45,11 +53,9 @@ bool is_total(const std::optional<operation> &done) {
 }  // namespace
 
 std::optional<any_report> parse_operation(const operation &done) {
-    const auto *found = std::find_if(std::begin(report_attributes), std::end(report_attributes),
-                                     [&](const auto &each) { return done.attribute == each.name; });
+    const report_attribute *const found = attribute_of(done);
 
-    if (done.is_write || done.is_mark || done.came.error != 0 ||
-        found == std::end(report_attributes)) {
+    if (found == nullptr || done.came.error != 0) {
         return std::nullopt;
     }
     return found->parse({done.came, done.log});
@@ -86,6 +92,7 @@ std::optional<std::variant<any_report, recorded_event>> replay::next() {
             }
             return *report;
         }
+        failed_reads_ += attribute_of(*done) != nullptr ? 1 : 0;
     }
     return std::nullopt;
 }

@@ -30,10 +30,14 @@ class replay {
     // damaged line.
     std::optional<std::variant<any_report, recorded_event>> next();
 
+    // Reads of reports that failed, up to there.
+    std::size_t failed_reads() const { return failed_reads_; }
+
   private:
     total_report complete_total(total_report report);
 
     recording_reader recorded_;
+    std::size_t failed_reads_ = 0;
 };
 
 // An operation's report; nothing for what is none.

@@ -127,11 +127,15 @@ TEST(compare, ends_with_status_1_when_a_limit_is_exceeded) {
                  {{"--max-increase", "-5%"}, 2},
                  {{"--max-increase", "some"}, 2},
                  {{"--max-increase", "nan"}, 2},
-                 {{"--format", "csv"}, 2}};
+                 {{"--format", "xml"}, 2}};
     for (const auto &each : cases) {
         EXPECT_EQ(compare(each.options).status, each.status) << each.options.back();
     }
     EXPECT_EQ(ovk_with({"compare", files.path("a"), files.path("none")}).status, 3);
+    EXPECT_EQ(compare({"--format", "csv"}).out,
+              "report,module,block,port,figure,a_count,a_median,a_spread,b_count,b_median,b_spread,"
+              "difference,difference_percent,beyond_spread,exceeded\n"
+              "bus,,,,usage_percent,5,50.0,1.5,3,54.0,2.0,4.0,8.0,true,false\n");
 }
 
 // The simple view has no data bandwidths; and the 0 of a run that timed out is no measurement.
