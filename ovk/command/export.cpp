@@ -15,7 +15,7 @@ struct export_request {
 };
 
 void run_export(context &shared, const export_request &wanted) {
-    const std::string text = trace_of(wanted.recording).dump() + "\n";
+    const std::string text = trace_of(wanted.recording);
 
     if (wanted.output.empty()) {
         shared.out << text << std::flush;

@@ -16,12 +16,7 @@ struct plot_request {
 };
 
 void run_plot(const plot_request &wanted) {
-    std::vector<json> recordings;
-
-    for (const std::string &each : wanted.recordings) {
-        recordings.push_back(columns_of(each, wanted.penalty_percent));
-    }
-    write_whole_file(wanted.output, page_of(recordings));
+    write_whole_file(wanted.output, page_of(wanted.recordings, wanted.penalty_percent));
 }
 
 }  // namespace

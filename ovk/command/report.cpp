@@ -140,13 +140,6 @@ const kind &kind_of(const report_request &wanted) {
     return found;
 }
 
-std::string rendered(const any_report &report, const std::string &format) {
-    return format == "csv"           ? csv_of(report)
-           : format == "json"        ? json_of(report).dump(2) + "\n"
-           : format == "openmetrics" ? openmetrics_of(report)
-                                     : text_of(json_of(report));
-}
-
 void run_report(context &shared, const report_request &wanted) {
     const kind &asked = kind_of(wanted);
     const auto from = shared.open();

@@ -89,7 +89,7 @@ class watcher {
         kept_.begin_sweep();
         for (const std::string &report : reports_) {
             if (const auto found = take_sweep(both_, report).report) {
-                figures[report] = figures_of(json_of(*found));
+                figures[report] = figures_of(*found);
             }
         }
         const truth now = alarm_.look(

@@ -2,6 +2,7 @@
 #include "ovk/plot/page.h"
 
 #include <filesystem>
+#include <nlohmann/json.hpp>
 
 #include "ovk/plot/parts.h"
 #include "ovk/report/named_figures.h"
@@ -107,9 +108,15 @@ json columns_of(const std::string &recording, std::optional<double> penalty_perc
     return columns;
 }
 
-std::string page_of(const std::vector<json> &recordings) {
+std::string page_of(const std::vector<std::string> &recordings,
+                    std::optional<double> penalty_percent) {
+    json data = {{"recordings", json::array()}};
+
+    for (const std::string &each : recordings) {
+        data["recordings"].push_back(columns_of(each, penalty_percent));
+    }
     return filled(page_html, {{"@STYLE@", page_css},
-                              {"@DATA@", for_script({{"recordings", recordings}})},
+                              {"@DATA@", for_script(data)},
                               {"@CHART@", chart_library},
                               {"@SCRIPT@", page_js}});
 }

@@ -16,6 +16,7 @@ namespace ovk {
 json columns_of(const std::string &recording, std::optional<double> penalty_percent);
 
 // The page for one recording, or for two to be laid over each other.
-std::string page_of(const std::vector<json> &recordings);
+std::string page_of(const std::vector<std::string> &recordings,
+                    std::optional<double> penalty_percent);
 
 }  // namespace ovk

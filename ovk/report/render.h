@@ -2,7 +2,7 @@
 // Reports as JSON, and what is made of that: tables for people and for spreadsheets.
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 
 #include "ovk/report/report.h"
@@ -32,6 +32,9 @@ json rows_of(const json &object);
 // A table for each list, then one for each object, then what the report itself says. Columns that
 // are empty throughout are left out.
 std::string text_of(const json &report);
+
+// In a format that has such a name: text, json, csv or openmetrics.
+std::string rendered(const any_report &report, const std::string &format);
 
 // A row for each element of the main lists, with what the whole report has in the first columns.
 // The columns are the same for all reports of a kind. Empty: not known.

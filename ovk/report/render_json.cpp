@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
+#include <nlohmann/json.hpp>
+
 #include "ovk/report/members.h"
 #include "ovk/report/render.h"
 
@@ -75,6 +77,13 @@ static json make(const any_report &report, const json_maker &maker) {
 
 json json_of(const any_report &report) {
     return make(report, json_maker(false));
+}
+
+std::string rendered(const any_report &report, const std::string &format) {
+    return format == "csv"           ? csv_of(report)
+           : format == "json"        ? json_of(report).dump(2) + "\n"
+           : format == "openmetrics" ? openmetrics_of(report)
+                                     : text_of(json_of(report));
 }
 
 json sample_of(const any_report &report) {

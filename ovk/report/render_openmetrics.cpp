@@ -2,6 +2,7 @@
 // In base units, as Prometheus has them: bytes per second, ratios, seconds.
 #include <algorithm>
 #include <iterator>
+#include <nlohmann/json.hpp>
 
 #include "ovk/report/named_figures.h"
 

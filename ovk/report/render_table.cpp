@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // Tables for people.
 #include <algorithm>
+#include <nlohmann/json.hpp>
 
 #include "ovk/report/render.h"
 

@@ -2,6 +2,7 @@
 #include "ovk/report/trace_events.h"
 
 #include <cmath>
+#include <nlohmann/json.hpp>
 
 #include "ovk/report/replay.h"
 
@@ -24,40 +25,55 @@ json event_at(const char *phase, const std::string &name, std::int64_t time_ns) 
             {"ts", static_cast<double>(time_ns) / ns_per_us}};
 }
 
+// As text at once: as objects, the events of a long recording would need gigabytes.
+class event_list {
+  public:
+    void add(const json &event) {
+        text_.append(between_).append(event.dump());
+        between_ = ",\n";
+    }
+    std::string take() { return std::move(text_.append("\n]}\n")); }
+
+  private:
+    std::string text_ = R"({"displayTimeUnit":"ms","otherData":{"clock":"boot"},"traceEvents":[)";
+    const char *between_ = "\n";
+};
+
 // A figure is known when the sweep has ended.
-void add_report(json &events, const any_report &report) {
+void add_report(event_list &events, const any_report &report) {
     const report_head &head = head_of(report);
     json slice = event_at("X", std::string("sweep ") + name_of(report), head.start_ns);
 
     slice["dur"] = static_cast<double>(head.end_ns - head.start_ns) / ns_per_us;
     slice["args"] = {{"complete", head.complete}};
-    events.push_back(std::move(slice));
-    for (const named_figure &each : figures_of(json_of(report))) {
+    events.add(slice);
+    for (const named_figure &each : figures_of(report)) {
         if (each.value) {
             json counter = event_at("C", counter_name(report, each), head.end_ns);
             counter["args"] = {{"value", number_of(*each.value)}};
-            events.push_back(std::move(counter));
+            events.add(counter);
         }
     }
 }
 
-void add_event(json &events, const recorded_event &of) {
+void add_event(event_list &events, const recorded_event &of) {
     json instant =
         event_at("i", (of.is_mark ? "mark: " : "write: ") + utf8_of(of.text), of.time_ns);
 
     instant["s"] = "g";
-    events.push_back(std::move(instant));
+    events.add(instant);
 }
 
 }  // namespace
 
-json trace_of(const std::string &recording) {
+std::string trace_of(const std::string &recording) {
     replay recorded(recording);
-    json events = json::array({{{"ph", "M"},
-                                {"name", "process_name"},
-                                {"pid", process},
-                                {"args", {{"name", "ovk " + utf8_of(recorded.header().source)}}}}});
+    event_list events;
 
+    events.add({{"ph", "M"},
+                {"name", "process_name"},
+                {"pid", process},
+                {"args", {{"name", "ovk " + utf8_of(recorded.header().source)}}}});
     while (const auto next = recorded.next()) {
         if (const auto *report = std::get_if<any_report>(&*next)) {
             add_report(events, *report);
@@ -65,16 +81,14 @@ json trace_of(const std::string &recording) {
             add_event(events, std::get<recorded_event>(*next));
         }
     }
-    return {{"displayTimeUnit", "ms"},
-            {"otherData", {{"clock", "boot"}}},
-            {"traceEvents", std::move(events)}};
+    return events.take();
 }
 
 // A vertical bar would end the name.
 std::vector<std::string> marker_lines(const any_report &report, int process) {
     std::vector<std::string> lines;
 
-    for (const named_figure &each : figures_of(json_of(report))) {
+    for (const named_figure &each : figures_of(report)) {
         if (each.value) {
             std::string name = "ovk." + counter_name(report, each);
             for (char &letter : name) {

@@ -12,7 +12,7 @@ namespace ovk {
 // The whole recording: a slice for each sweep, a counter event for each figure that is known, an
 // instant for each mark and each setting that was written. Times are us since boot. Throws
 // failure(unreachable) for what is no recording.
-json trace_of(const std::string &recording);
+std::string trace_of(const std::string &recording);
 
 // The lines for the kernel's trace_marker that make the same counters in an ftrace: the process,
 // a name, a whole number.

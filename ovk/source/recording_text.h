@@ -2,7 +2,8 @@
 // The lines of a recording as JSON.
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
+#include <string>
 
 #include "ovk/source/recording.h"
 

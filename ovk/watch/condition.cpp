@@ -61,7 +61,7 @@ const any_report watchable[] = {total_report(), larb_report(), scomm_report(),
 
 // Whether a report can have such a figure: its last part is a member of that kind.
 bool can_have(const any_report &report, const std::string &figure) {
-    const auto all = figures_of(sample_of(report));
+    const auto all = possible_figures_of(report);
     const std::string wanted = comparable(figure);
 
     return std::any_of(all.begin(), all.end(), [&](const named_figure &each) {
