@@ -9,11 +9,11 @@
 #include "ovk/base/interrupt.h"
 #include "ovk/command/commands.h"
 #include "ovk/command/numbers.h"
+#include "ovk/report/report_kinds.h"
 #include "ovk/report/sweep.h"
 #include "ovk/report/trace_events.h"
 #include "ovk/source/attribute_names.h"
 #include "ovk/source/recorder.h"
-#include "ovk/source/report_kinds.h"
 
 namespace ovk {
 

@@ -5,7 +5,6 @@
 #include "ovk/base/failure.h"
 #include "ovk/qos/settings.h"
 #include "ovk/report/take.h"
-#include "ovk/source/refusal.h"
 
 namespace ovk {
 
@@ -119,23 +118,12 @@ class settings_reader {
 
     void read_larb(std::uint64_t larb, moved_setting &selection) {
         for (std::uint64_t port = 0; port < larb_ports; ++port) {
-            const figure limit = limit_of(larb, port, selection);
+            const figure limit = take_larb_limit(from_, selection, larb, port);
             if (!limit && port == 0 && named_larbs_.count(larb) == 0) {
                 return;
             }
             add_larb_port(larb, port, limit);
         }
-    }
-
-    figure limit_of(std::uint64_t larb, std::uint64_t port, moved_setting &selection) {
-        selection.move(std::to_string(larb) + " " + std::to_string(port));
-        const reading taken = take_or_throw(from_, "larb_ostdl");
-        const auto shown = parse_larb_ostdl(taken.came.text);
-
-        return shown && shown->larb == larb && shown->port == port &&
-                       (!taken.log || complaint_in(*taken.log).empty())
-                   ? figure(shown->outstanding_limit)
-                   : std::nullopt;
     }
 
     void add_larb_port(std::uint64_t larb, std::uint64_t port, const figure &limit) {

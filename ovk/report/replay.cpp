@@ -3,31 +3,12 @@
 
 #include <algorithm>
 
-#include "ovk/report/parse.h"
+#include "ovk/report/report_kinds.h"
 #include "ovk/report/take.h"
 
 namespace ovk {
 
 namespace {
-
-template <class report, report (*parse)(const reading &)>
-any_report parse_as(const reading &from) {
-    return parse(from);
-}
-
-struct report_attribute {
-    const char *name;
-    any_report (*parse)(const reading &);
-};
-
-constexpr report_attribute report_attributes[] = {
-    {"bw_total", parse_as<total_report, parse_total>},
-    {"bw_larb", parse_as<larb_report, parse_larb>},
-    {"bw_scomm", parse_as<scomm_report, parse_scomm>},
-    {"bw_emi", parse_as<emi_report, parse_emi>},
-    {"bw_bus", parse_as<bus_report, parse_bus>},
-    {"fifo_status", parse_as<fifo_report, parse_fifo>},
-};
 
 // They choose what is shown, not how the memory works.
 constexpr const char *selections[] = {"simple_mon", "bw_emi_detail", "bw_larb",
@@ -39,11 +20,11 @@ bool is_selection(const operation &done) {
 }
 
 // Nothing when the operation is no read of a report.
-const report_attribute *attribute_of(const operation &done) {
+const report_kind *kind_of(const operation &done) {
     const auto *found =
-        std::find_if(std::begin(report_attributes), std::end(report_attributes),
-                     [&](const report_attribute &each) { return done.attribute == each.name; });
-    return done.is_write || done.is_mark || found == std::end(report_attributes) ? nullptr : found;
+        std::find_if(std::begin(report_kinds), std::end(report_kinds),
+                     [&](const report_kind &each) { return done.attribute == each.attribute; });
+    return done.is_write || done.is_mark || found == std::end(report_kinds) ? nullptr : found;
 }
 
 bool is_total(const std::optional<operation> &done) {
@@ -53,7 +34,7 @@ bool is_total(const std::optional<operation> &done) {
 }  // namespace
 
 std::optional<any_report> parse_operation(const operation &done) {
-    const report_attribute *const found = attribute_of(done);
+    const report_kind *const found = kind_of(done);
 
     if (found == nullptr || done.came.error != 0) {
         return std::nullopt;
@@ -92,7 +73,7 @@ std::optional<std::variant<any_report, recorded_event>> replay::next() {
             }
             return *report;
         }
-        failed_reads_ += attribute_of(*done) != nullptr ? 1 : 0;
+        failed_reads_ += kind_of(*done) != nullptr ? 1 : 0;
     }
     return std::nullopt;
 }

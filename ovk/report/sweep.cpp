@@ -5,8 +5,8 @@
 
 #include "ovk/base/failure.h"
 #include "ovk/report/replay.h"
+#include "ovk/report/report_kinds.h"
 #include "ovk/report/take.h"
-#include "ovk/source/report_kinds.h"
 
 namespace ovk {
 

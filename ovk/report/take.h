@@ -70,4 +70,9 @@ class larb_selector {
 
 limits_report take_limits(source &from);
 
+// Of a port, by the selection of larb_ostdl; nothing for a larb that can't be had, whose limit
+// shows as 0.
+figure take_larb_limit(source &from, moved_setting &selection, std::uint64_t larb,
+                       std::uint64_t port);
+
 }  // namespace ovk

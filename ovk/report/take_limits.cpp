@@ -30,24 +30,12 @@ void add_emi(limits_report &to, source &from) {
     }
 }
 
-// Of a larb that can't be had the limit shows as 0.
-figure limit_of(source &from, moved_setting &selection, std::uint64_t larb, std::uint64_t port) {
-    selection.move(std::to_string(larb) + " " + std::to_string(port));
-    const reading taken = take_or_throw(from, "larb_ostdl");
-    const auto shown = parse_larb_ostdl(taken.came.text);
-
-    return shown && shown->larb == larb && shown->port == port &&
-                   complaint_in(taken.log.value_or(std::vector<std::string>())).empty()
-               ? figure(shown->outstanding_limit)
-               : std::nullopt;
-}
-
 void add_larbs(limits_report &to, source &from, moved_setting &selection) {
     for (const module_ports &module : parse_ip_config(take_or_throw(from, "ip_config")).modules) {
         for (const larb_group &group : module.larbs) {
             for (const std::uint64_t port : group.ports) {
                 to.larbs.push_back(
-                    {group.larb, port, limit_of(from, selection, *group.larb, port)});
+                    {group.larb, port, take_larb_limit(from, selection, *group.larb, port)});
                 if (!to.larbs.back().outstanding_limit) {
                     to.head.incomplete("larb " + std::to_string(*group.larb) + " port " +
                                        std::to_string(port) + " shows no limit");
@@ -58,6 +46,18 @@ void add_larbs(limits_report &to, source &from, moved_setting &selection) {
 }
 
 }  // namespace
+
+figure take_larb_limit(source &from, moved_setting &selection, std::uint64_t larb,
+                       std::uint64_t port) {
+    selection.move(std::to_string(larb) + " " + std::to_string(port));
+    const reading taken = take_or_throw(from, "larb_ostdl");
+    const auto shown = parse_larb_ostdl(taken.came.text);
+
+    return shown && shown->larb == larb && shown->port == port &&
+                   (!taken.log || complaint_in(*taken.log).empty())
+               ? figure(shown->outstanding_limit)
+               : std::nullopt;
+}
 
 limits_report take_limits(source &from) {
     limits_report report;
