@@ -181,13 +181,16 @@ template <class record>
 void add_lines(const reading &from, report_head &head, std::vector<record> &to,
                bool (*take_line)(std::string_view, std::vector<record> &)) {
     const report_lines lines = split_lines(from.came.text);
+    const std::size_t before = head.unparsed.size();
 
     head.end_ns = std::max(head.end_ns, from.came.end_ns);
     for (const report_line &line : lines.whole) {
         if (!take_line(line.raw, to)) {
             head.unparsed.push_back(line.raw);
-            head.incomplete("unparsed lines");
         }
+    }
+    if (head.unparsed.size() > before) {
+        head.incomplete("unparsed lines: " + std::to_string(head.unparsed.size() - before));
     }
     if (!lines.torn.empty()) {
         head.incomplete("ends early");
