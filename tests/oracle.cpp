@@ -2,7 +2,7 @@
 #include "tests/oracle.h"
 
 #include <algorithm>
-#include <cstdio>
+#include <iterator>
 #include <numeric>
 #include <sstream>
 #include <utility>
@@ -43,19 +43,26 @@ struct place {
     auto operator<=>(const place &) const = default;
 };
 
-// All that passes one place: rates, and sums of what the requests have, weighted with the rates.
+// All that passes one place: the sum of the rates, and averages over the requests.
 struct passage {
-    void add(const soc::flow &flow) {
-        const uint64_t moved = uint64_t{flow.read} + flow.write;
-        read += flow.read;
-        write += flow.write;
-        bus += moved * 100 * million / flow.efficiency;
-        burst += moved * flow.burst;
-        ultra += moved * count_of(flow.ultra);
-        preultra += moved * count_of(flow.preultra);
-        latency += moved * flow.latency;
-        read_period = std::max(read_period, flow.read != 0 ? flow.period : 0);
-        write_period = std::max(write_period, flow.write != 0 ? flow.period : 0);
+    explicit passage(const std::vector<soc::flow> &flows = {}) {
+        uint64_t cost = 0;  // in millionths of a MB/s
+        for (const soc::flow &flow : flows) {
+            const uint64_t moved = uint64_t{flow.read} + flow.write;
+            read += flow.read;
+            write += flow.write;
+            cost += moved * 100 * million / flow.efficiency;
+            burst += moved * flow.burst;
+            ultra += moved * count_of(flow.ultra);
+            preultra += moved * count_of(flow.preultra);
+            latency += moved * flow.latency;
+            read_period = std::max(read_period, flow.read != 0 ? flow.period : 0);
+            write_period = std::max(write_period, flow.write != 0 ? flow.period : 0);
+        }
+        efficiency = quotient(rate() * 100 * million, cost);
+        for (uint64_t *sum : {&burst, &ultra, &preultra, &latency}) {
+            *sum = quotient(*sum, rate());
+        }
     }
     // The least number of requests out of 1024 that is at least that share.
     static uint64_t count_of(uint32_t percent) { return (percent * 1024 + 99) / 100; }
@@ -64,35 +71,27 @@ struct passage {
 
     uint64_t read = 0;
     uint64_t write = 0;
-    uint64_t bus = 0;  // what the data take, in millionths of a MB/s
+    uint64_t efficiency = 0;
     uint64_t burst = 0;
-    uint64_t ultra = 0;
+    uint64_t ultra = 0;  // requests out of 1024
     uint64_t preultra = 0;
     uint64_t latency = 0;
     uint32_t read_period = 0;  // the longest, ns
     uint32_t write_period = 0;
 };
 
-// What monitors tell of a port. Priorities are requests out of 1024.
+// What is counted at a port, and what an efficiency monitor sees of its requests.
 struct figures {
-    void look(const passage &passing) {
-        efficiency = quotient(passing.rate() * 100 * million, passing.bus);
-        burst = quotient(passing.burst, passing.rate());
-        ultra = quotient(passing.ultra, passing.rate());
-        preultra = quotient(passing.preultra, passing.rate());
-    }
     uint64_t data() const { return read + write; }
-    uint64_t bus() const { return bus_of(read, efficiency) + bus_of(write, efficiency); }
-    std::string seen() const {
-        return words(burst, efficiency, ultra * 100 / 1024, preultra * 100 / 1024);
+    uint64_t bus() const { return bus_of(read, seen.efficiency) + bus_of(write, seen.efficiency); }
+    std::string shares() const {
+        return words(seen.burst, seen.efficiency, seen.ultra * 100 / 1024,
+                     seen.preultra * 100 / 1024);
     }
 
     uint64_t read = 0;
     uint64_t write = 0;
-    uint64_t efficiency = 0;
-    uint64_t burst = 0;
-    uint64_t ultra = 0;
-    uint64_t preultra = 0;
+    passage seen = passage();
 };
 
 // What the EMI report says of a port.
@@ -105,19 +104,6 @@ struct emi_figures {
     uint64_t burst = 0;
     uint64_t latency = 0;
 };
-
-void collect_groups(const devicetree::node &node, std::vector<port_group> &groups) {
-    const bool larb = node.has("larb-id");
-
-    if (larb || node.has("common-id")) {
-        const uint32_t block = *node.u32(larb ? "larb-id" : "common-id");
-        groups.push_back({larb, block, node.u32_array("port-list")});
-        return;
-    }
-    for (const devicetree::node *child : node.children) {
-        collect_groups(*child, groups);
-    }
-}
 
 }  // namespace
 
@@ -139,7 +125,15 @@ std::vector<const devicetree::node *> modules_of(const devicetree::flat_tree &tr
 std::vector<port_group> port_groups_of(const devicetree::node &module) {
     std::vector<port_group> groups;
 
-    collect_groups(module, groups);
+    for (const devicetree::node *child : module.children) {
+        const bool larb = child->has("larb-id");
+        if (larb || child->has("common-id")) {
+            const uint32_t block = *child->u32(larb ? "larb-id" : "common-id");
+            groups.push_back({larb, block, child->u32_array("port-list")});
+        } else {
+            std::ranges::copy(port_groups_of(*child), std::back_inserter(groups));
+        }
+    }
     return groups;
 }
 
@@ -205,22 +199,22 @@ struct oracle::chip {
         if (source.kind != soc::source_kind::emi_port) {
             place input{level::input, source.block, source.port};
             if (source.kind == soc::source_kind::larb_port) {
-                passages[{level::larb, source.block, source.port}].add(source.traffic);
+                flows[{level::larb, source.block, source.port}].push_back(source.traffic);
                 input = input_of(source.block);
             }
             const uint32_t last = of_common(input.block, "output-port-nr") - 1;
             const place output{level::output, input.block, std::min(path_of(input), last)};
-            passages[input].add(source.traffic);
-            passages[output].add(source.traffic);
+            flows[input].push_back(source.traffic);
+            flows[output].push_back(source.traffic);
             at.port = tree.by_name(number_of("smi_common", input.block))
                           ->u32_array("quorix,emi-port")
                           .at(output.port);
         }
-        passages[at].add(source.traffic);
+        flows[at].push_back(source.traffic);
     }
     passage at(const place &where) const {
-        const auto found = passages.find(where);
-        return found != passages.end() ? found->second : passage{};
+        const auto found = flows.find(where);
+        return found != flows.end() ? passage(found->second) : passage();
     }
     passage at_emi(uint32_t port) const { return at({level::emi, 0, port}); }
 
@@ -259,7 +253,7 @@ struct oracle::chip {
         figures result{.read = counted(passing.read, lasted(run_of(port, false)), 16) / unit,
                        .write = counted(passing.write, lasted(run_of(port, true)), 16) / unit};
         if (result.data() != 0 && is_watched(port)) {
-            result.look(passing);
+            result.seen = passing;
         }
         return result;
     }
@@ -281,11 +275,8 @@ struct oracle::chip {
             const uint64_t ns = lasted({number_of("larb", group.block), 0x400, selection});
             for (std::size_t i = first; i < end; i++) {
                 const place port{level::larb, group.block, group.ports[i]};
-                figures &added = all.emplace_back();
-                added.read = counted(at(port).rate(), ns, 1);
-                if (is_watched(port)) {
-                    added.look(at(port));
-                }
+                all.push_back({.read = counted(at(port).rate(), ns, 1),
+                               .seen = is_watched(port) ? at(port) : passage()});
             }
         }
     }
@@ -303,8 +294,8 @@ struct oracle::chip {
         for (const figures &each : all) {
             row.data += each.data();
             row.bus += each.bus();
-            row.ultra += each.data() * each.ultra;
-            row.preultra += each.data() * each.preultra;
+            row.ultra += each.data() * each.seen.ultra;
+            row.preultra += each.data() * each.seen.preultra;
         }
         row.ultra = name == "APU" ? 0 : quotient(row.ultra, row.data) * 100 / 1024;
         row.preultra = name == "APU" ? 0 : quotient(row.preultra, row.data) * 100 / 1024;
@@ -319,9 +310,8 @@ struct oracle::chip {
                           uint64_t fixed) const {
         expected_row row{.name = name};
         for (const uint32_t port : ports) {
-            const passage passing = at_emi(port);
-            row.data += passing.rate();
-            row.effi += fixed != 0 ? fixed : quotient(passing.rate() * 100 * million, passing.bus);
+            row.data += at_emi(port).rate();
+            row.effi += fixed != 0 ? fixed : at_emi(port).efficiency;
         }
         row.effi /= ports.size();
         row.bus = bus_of(row.data, row.effi);
@@ -350,9 +340,7 @@ struct oracle::chip {
     // 32 bits. From port 8 on, the register of the sum is that of another port's count.
     uint64_t latency(uint32_t port, uint32_t channel) const {
         const uint64_t clock = setting("dram_config", "emi_clock");
-        const auto cycles = [&](uint32_t of) {
-            return quotient(at_emi(of).latency, at_emi(of).rate()) * clock / thousand;
-        };
+        const auto cycles = [&](uint32_t of) { return at_emi(of).latency * clock / thousand; };
         const auto requests = [&](uint32_t of) {
             const uint64_t all = channel_rate(of, channel) * thousand * time_ms / 64;
             return cycles(of) != 0 ? std::min(all, 0xffffffff / cycles(of)) : all;
@@ -365,12 +353,9 @@ struct oracle::chip {
     emi_figures at_channels(uint32_t port, uint32_t first, uint32_t count) const {
         emi_figures result;
         for (uint32_t channel = first; channel < first + count; channel++) {
-            figures seen{.efficiency = monitors_at_emi() ? 0u : 70u};
-            if (monitors_at_emi() && channel == 0) {
-                seen.look(at_emi(port));
-            }
+            const passage seen = monitors_at_emi() && channel == 0 ? at_emi(port) : passage();
             result.data += channel_rate(port, channel);
-            result.efficiency += seen.efficiency;
+            result.efficiency += monitors_at_emi() ? seen.efficiency : 70;
             result.burst += seen.burst;
             result.latency += latency(port, channel);
         }
@@ -384,7 +369,7 @@ struct oracle::chip {
     const soc::scenario &traffic;
     uint64_t time_ms;
     run_length length;
-    std::map<place, passage> passages;
+    std::map<place, std::vector<soc::flow>> flows;
 };
 
 oracle::oracle(const devicetree::flat_tree &tree, const soc::scenario &traffic, uint32_t time_ms,
@@ -437,14 +422,14 @@ lines oracle::larb_report(uint32_t module) const {
         }
         for (const uint32_t port : group.larb ? group.ports : std::vector<uint32_t>{}) {
             const passage passing = chip_->at({level::larb, group.block, port});
-            const figures seen = chip_->at_port({level::larb, group.block, port}, thousand);
+            const figures counted = chip_->at_port({level::larb, group.block, port}, thousand);
             const bool watched = chip_->lasted({larb, 0x200, port}) != 0;
             const uint32_t period =
                 watched ? std::max(passing.read_period, passing.write_period) : 0;
-            report.push_back(
-                words(port, seen.read, seen.write, chip_->period_shown(period), seen.seen()));
-            data += seen.data();
-            bus += seen.bus();
+            report.push_back(words(port, counted.read, counted.write, chip_->period_shown(period),
+                                   counted.shares()));
+            data += counted.data();
+            bus += counted.bus();
         }
     }
     if (report.size() == 1) {
@@ -459,12 +444,12 @@ lines oracle::common_report() const {
 
     const auto add_port = [&](const std::string &title, const place &port) {
         const passage passing = chip_->at(port);
-        const figures figures = chip_->at_port(port, thousand);
-        if (figures.data() != 0) {
-            report.push_back(words(title, port.port, figures.read, figures.write,
+        const figures counted = chip_->at_port(port, thousand);
+        if (counted.data() != 0) {
+            report.push_back(words(title, port.port, counted.read, counted.write,
                                    chip_->period_shown(passing.read_period),
                                    chip_->period_shown(passing.write_period),
-                                   title == "Out" ? "- - - -" : figures.seen()));
+                                   title == "Out" ? "- - - -" : counted.shares()));
         }
     };
     for (uint32_t common = 0; common < chip_->setting("emi_arch", "smi_common_cnt"); common++) {
