@@ -46,7 +46,7 @@ lines stores_of(rig &r, const row &words) {
     for (const auto &node : r.machine().tree().nodes()) {
         std::uint32_t offset = 0x0c;
         for (const auto &[low, high] : node->name.starts_with("effi_monitor") ? words : row{}) {
-            block_trace(trace, node->name).w32(offset, high << 8 | low);
+            add(trace, node->name, "%x=%02x%02x", offset, high, low);
             offset += 4;
         }
     }
