@@ -6,15 +6,14 @@
 #include "sim/console.h"
 #include "tests/attribute_list.h"
 #include "tests/pattern.h"
-#include "tests/rig.h"
+#include "tests/report_text.h"
 
 namespace tests {
 
 TEST(docs, describe_all_attributes_in_order_with_their_modes) {
-    std::ifstream page(OVK_SOURCE_DIR "/docs/attributes.md");
     std::string described;
 
-    for (std::string line; std::getline(page, line);) {
+    for (const std::string &line : lines_of(std::ifstream(OVK_SOURCE_DIR "/docs/attributes.md"))) {
         if (line.starts_with("## ")) {
             described += line.substr(3);
         } else if (line.starts_with("| Mode | ")) {
@@ -25,14 +24,12 @@ TEST(docs, describe_all_attributes_in_order_with_their_modes) {
 }
 
 TEST(docs, have_every_console_command_in_the_manual_page) {
-    std::ifstream page(OVK_SOURCE_DIR "/docs/ovk-sim.1");
-    std::istringstream help(sim::console::help());
     std::string entries;
 
-    for (std::string line; std::getline(page, line);) {
+    for (const std::string &line : lines_of(std::ifstream(OVK_SOURCE_DIR "/docs/ovk-sim.1"))) {
         entries += line.starts_with(".It Cm ") ? line.substr(6) + " " : "";
     }
-    for (std::string line; std::getline(help, line);) {
+    for (const std::string &line : lines_of(std::istringstream(sim::console::help()))) {
         for (const std::string &name : groups_of(line, "  (\\w+).*")) {
             EXPECT_NE(entries.find(" " + name + " "), std::string::npos) << name;
         }

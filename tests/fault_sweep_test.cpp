@@ -8,6 +8,7 @@
 
 #include "tests/attribute_list.h"
 #include "tests/port_chip.h"
+#include "tests/report_text.h"
 
 namespace tests {
 
@@ -15,23 +16,13 @@ namespace {
 
 using host::fault_kind;
 
-const std::map<fault_kind, std::string> kinds = {{fault_kind::allocation, "allocation"},
-                                                 {fault_kind::mapping, "mapping"},
-                                                 {fault_kind::node, "node"},
-                                                 {fault_kind::property, "property"},
-                                                 {fault_kind::presence, "presence"},
-                                                 {fault_kind::attribute, "attribute"},
-                                                 {fault_kind::mask, "mask"},
-                                                 {fault_kind::wait, "wait"}};
+constexpr fault_kind kinds[] = {fault_kind::allocation, fault_kind::mapping,  fault_kind::node,
+                                fault_kind::property,   fault_kind::presence, fault_kind::attribute,
+                                fault_kind::mask,       fault_kind::wait};
 
-lines lines_of(const std::string &text) {
-    std::istringstream stream(text);
-    lines all;
-
-    for (std::string line; std::getline(stream, line);) {
-        all.push_back(line);
-    }
-    return all;
+std::string name_of(fault_kind kind, std::uint64_t request) {
+    return "kind " + std::to_string(static_cast<int>(kind)) + ", request " +
+           std::to_string(request);
 }
 
 lines without(lines all, const lines &unwanted) {
@@ -138,7 +129,7 @@ void sweep(rig &r, fault_kind kind, const attribute &target, const char *text,
 
     EXPECT_TRUE(text != nullptr ? good.code > 0 : target.is_complete(good.text)) << good.text;
     for (std::uint64_t n = 1; n <= points; n++) {
-        SCOPED_TRACE(kinds.at(kind) + " " + std::to_string(n));
+        SCOPED_TRACE(name_of(kind, n));
         r.machine().fail_nth(kind, n);
         const outcome came = carry_out(r, target, text);
         r.machine().clear_faults();
@@ -165,7 +156,7 @@ void sweep(rig &r, const attribute &target, const char *text, std::set<std::uint
     SCOPED_TRACE(text != nullptr ? "write " + std::string(text) : "read");
 
     carry_out(r, target, text);
-    for (const auto &[kind, name] : kinds) {
+    for (const fault_kind kind : kinds) {
         sweep(r, kind, target, text, seen);
     }
 }
@@ -212,9 +203,13 @@ lines good_load(rig &r) {
     return log;
 }
 
+lines port_groups_in(rig &r) {
+    return lines_of(std::istringstream(r.machine().read("ip_config").text));
+}
+
 // A group of ports is what the tree says, or it is not stored and has none.
 void expect_whole_groups(rig &r, const lines &good) {
-    for (const std::string &line : without(lines_of(r.machine().read("ip_config").text), good)) {
+    for (const std::string &line : without(port_groups_in(r), good)) {
         EXPECT_TRUE(line.ends_with("PORT[ ]")) << line;
     }
 }
@@ -233,18 +228,17 @@ void expect_a_word(fault_kind kind, int code, const lines &said) {
 
 TEST(fault_sweep_of_loading, fails_cleanly_or_does_without) {
     rig r("zt430");
-    const lines config = lines_of(r.loaded().read("ip_config"));
+    const lines config = port_groups_in(r.loaded());
     r.machine().unload();
     r.log();
     const lines good = good_load(r);
 
-    for (const auto &[kind, name] : kinds) {
-        SCOPED_TRACE(name);
+    for (const fault_kind kind : kinds) {
         const std::uint64_t before = r.machine().requests(kind);
         good_load(r);
         const std::uint64_t points = r.machine().requests(kind) - before;
         for (std::uint64_t n = 1; n <= points; n++) {
-            SCOPED_TRACE(n);
+            SCOPED_TRACE(name_of(kind, n));
             r.machine().fail_nth(kind, n);
             const int code = r.machine().load();
             r.machine().clear_faults();

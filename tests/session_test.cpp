@@ -15,16 +15,6 @@ namespace {
 
 const std::filesystem::path sources = OVK_SOURCE_DIR;
 
-lines lines_of(const std::filesystem::path &file) {
-    std::ifstream stream(sources / file);
-    lines result;
-
-    for (std::string line; std::getline(stream, line);) {
-        result.push_back(line);
-    }
-    return result;
-}
-
 std::string joined(const lines &text) {
     std::string result;
 
@@ -72,7 +62,7 @@ INSTANTIATE_TEST_SUITE_P(console, sessions, testing::ValuesIn(session_names()),
 // with "watched" in it the register accesses that were traced and what the kernel logged follow
 // what each command prints. The escape character is ESC.
 TEST_P(sessions, print_what_they_must) {
-    lines session = lines_of("tests/sessions/" + GetParam() + ".session");
+    lines session = lines_of(std::ifstream(sources / "tests/sessions" / (GetParam() + ".session")));
     const std::string first = session.at(0);
     rig r(words_of(first).at(0));
 
@@ -93,7 +83,7 @@ TEST(tuning, commands_of_the_walk_print_what_the_document_shows) {
     lines session;
     bool in_session = false;
 
-    for (const std::string &line : lines_of("docs/tuning.md")) {
+    for (const std::string &line : lines_of(std::ifstream(sources / "docs/tuning.md"))) {
         if (line.starts_with("```")) {
             in_session = line == "```console";
         } else if (in_session) {

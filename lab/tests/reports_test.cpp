@@ -4,7 +4,7 @@
 #include "lab/tests/chips.h"
 #include "lab/tests/guest.h"
 #include "sim/simulator.h"
-#include "tests/expect_rows.h"
+#include "tests/report_text.h"
 
 namespace lab {
 
