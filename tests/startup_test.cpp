@@ -71,6 +71,11 @@ void expect_failure(rig &r, long code, const lines &log) {
     EXPECT_EQ(r.machine().take_oopses(), lines{});  // one for each thing left behind
 }
 
+void expect_failure(flat_tree tree, progress reached, const lines &messages) {
+    rig r(std::move(tree));
+    expect_failure(r, -1, failed_load(reached, messages));
+}
+
 void expect_clean_load(rig &r) {
     EXPECT_EQ(load(r), whole_load);
     EXPECT_EQ(names_and_modes(r.machine().attributes()), names_and_modes(attribute_list()));
@@ -139,33 +144,22 @@ TEST(startup, fails_without_any_part_of_the_tree_that_it_needs) {
     for (const auto &[path, properties, reached, messages] : needs) {
         for (const std::string &name : properties) {
             SCOPED_TRACE(path + " " + name);
-            rig r(name.empty() ? tree.without_node(path) : tree.without_property(path, name));
-            expect_failure(r, -1, failed_load(reached, messages));
+            expect_failure(
+                name.empty() ? tree.without_node(path) : tree.without_property(path, name), reached,
+                messages);
         }
     }
 }
 
-TEST(startup, fails_when_the_tree_is_wrong) {
+TEST(startup, fails_with_a_second_traffic_generator_a_FIFO_without_a_name_or_no_GOP) {
     const flat_tree tree = sim::chip_tree("zt420");
-    struct {
-        const char *fault;
-        flat_tree wrong;
-        progress reached;
-        lines messages;
-    } cases[] = {
-        {"a second traffic generator",
-         renamed(tree, "bw_aud", "BIST").with_u32("/bw_modules/bw_aud", "alignment", 3),
-         before_engines, bad_list},
-        {"a FIFO without a name",
-         tree.with_property("/soc/miu2gmc1@1d101000", "device_type", std::string("fifo", 5)),
-         before_fifos, bad_fifos + no_measurement},
-        {"no GOP", renamed(tree, "bw_gop", "GOP0"), at_end, no_default + no_measurement}};
 
-    for (auto &[fault, wrong, reached, messages] : cases) {
-        SCOPED_TRACE(fault);
-        rig r(std::move(wrong));
-        expect_failure(r, -1, failed_load(reached, messages));
-    }
+    expect_failure(renamed(tree, "bw_aud", "BIST").with_u32("/bw_modules/bw_aud", "alignment", 3),
+                   before_engines, bad_list);
+    expect_failure(
+        tree.with_property("/soc/miu2gmc1@1d101000", "device_type", std::string("fifo", 5)),
+        before_fifos, bad_fifos + no_measurement);
+    expect_failure(renamed(tree, "bw_gop", "GOP0"), at_end, no_default + no_measurement);
 }
 
 TEST(startup, fails_with_the_code_of_an_attribute_that_cannot_be_created) {
