@@ -7,7 +7,7 @@
 #include <iostream>
 
 #include "ovk/command/commands.h"
-#include "ovk/command/duration.h"
+#include "ovk/command/numbers.h"
 
 namespace ovk {
 
@@ -34,11 +34,11 @@ void add_top(CLI::App &app, context &shared) {
 
     command->add_option("--every", how->every_ns, "From one sweep to the next (default 1s)")
         ->transform(duration())
-        ->check(CLI::NonNegativeNumber);
+        ->check(up_to_a_year());
     command->add_option("--count", how->count, "How many sweeps (default: until q or Ctrl-C)")
-        ->check(CLI::PositiveNumber);
+        ->check(positive<std::uint64_t>());
     command->add_option("--time", how->time_ms, "Measuring time in ms; it stays set")
-        ->check(CLI::PositiveNumber);
+        ->check(positive<std::uint32_t>());
     command->callback([&shared, how] { run_top(shared, *how); });
 }
 
