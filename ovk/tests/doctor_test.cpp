@@ -70,7 +70,7 @@ TEST(doctor, finds_nothing_wrong_with_a_good_chip) {
     }
 }
 
-// Each alone, so that it is known what says what.
+// Each alone, so that it is known what says what. What it tells to write makes it well again.
 TEST(doctor, names_what_is_wrong_and_what_to_do) {
     for (const ailment &each : ailments) {
         chip_source chip(each.soc);
@@ -81,26 +81,13 @@ TEST(doctor, names_what_is_wrong_and_what_to_do) {
         EXPECT_EQ(found[0].subject, each.subject);
         EXPECT_TRUE(has(found[0].what, each.what)) << found[0].what;
         EXPECT_TRUE(has(found[0].next, each.next)) << found[0].next;
+        if (has(each.next, "ovk write")) {
+            const std::string next = each.next;
+            const std::size_t start = next.find('\'') + 1;
+            chip.write(each.subject, next.substr(start, next.rfind('\'') - start));
+            EXPECT_TRUE(wrong_ones(chip).empty()) << each.next;
+        }
     }
-}
-
-// What it tells to write makes it well again.
-TEST(doctor, knows_the_way_back) {
-    chip_source chip("zt410");
-    chip.write("larb_ostdl", "3 3");
-    chip.write("bw_larb", "2 2");
-    chip.write("bw_emi_detail", "1");
-    chip.write("simple_mon", "1");
-    chip.write("debug_log_on", "1");
-    chip.write("reg_op", "0x1c441138");
-    const auto found = wrong_ones(chip);
-
-    EXPECT_EQ(found.size(), 6u);
-    for (const finding &each : found) {
-        const std::size_t start = each.next.find('\'') + 1;
-        chip.write(each.subject, each.next.substr(start, each.next.rfind('\'') - start));
-    }
-    EXPECT_TRUE(wrong_ones(chip).empty());
 }
 
 TEST(doctor, tells_of_time_outs_in_every_report_that_has_one) {

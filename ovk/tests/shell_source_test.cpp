@@ -7,7 +7,6 @@
 #include <filesystem>
 #include <random>
 
-#include "ovk/source/octal_dump.h"
 #include "ovk/source/source.h"
 #include "ovk/tests/program.h"
 #include "ovk/tests/scratch.h"
@@ -204,25 +203,6 @@ TEST_F(shell_source, says_when_it_can_not_tell_whether_a_write_was_taken) {
         {"-s", "exec:PATH=" + files_.path() + ":$PATH exec sh", "write", "simple_mon", "1"});
     EXPECT_EQ(came.status, 0);
     EXPECT_NE(came.err.find("whether it was taken is unknown"), std::string::npos) << came.err;
-}
-
-TEST(octal_dump, is_bytes_only_when_it_is_whole) {
-    const lines good = {"0000000 141 000 377", "0000003"};
-    EXPECT_EQ(bytes_of_dump(good), std::string("a\0\xff", 3));
-    EXPECT_EQ(bytes_of_dump({"0000000"}), "");
-    const lines bad[] = {{},
-                         {"0000000 141"},
-                         {"0000000 141", "0000002"},
-                         {"0000001 141", "0000002"},
-                         {"0000000 141", "0000001 142"},
-                         {"0000000 400", "0000001"},
-                         {"0000000 41", "0000001"},
-                         {"0000000 1x1", "0000001"},
-                         {"0000000 141", "noise", "0000001"},
-                         {"0000000 141", "0000001", ""}};
-    for (const lines &each : bad) {
-        EXPECT_FALSE(bytes_of_dump(each)) << testing::PrintToString(each);
-    }
 }
 
 }  // namespace ovk::tests

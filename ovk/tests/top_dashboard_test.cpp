@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include "ovk/tests/top_figures.h"
-#include "ovk/top/graphs.h"
 
 namespace ovk::tests {
 
@@ -10,7 +9,6 @@ namespace {
 
 using top::badge;
 using top::dashboard;
-using top::glyphs;
 using top::wish;
 
 std::vector<std::string> names_in(const dashboard &shown) {
@@ -160,34 +158,6 @@ TEST(top_trend, has_gaps_for_what_was_not_known_and_at_most_sixty_sweeps) {
     marks.front() = marks.back() = true;
     EXPECT_EQ(shown.marks(), marks);
     EXPECT_EQ(shown.sweeps(), 64u);
-}
-
-TEST(top_sparkline, shows_the_largest_of_those_that_share_a_column) {
-    const std::vector<figure> values = {7, {}, 0, {}, 14, 1, {}};
-    EXPECT_EQ(top::sparkline_of(values, 7, 60, glyphs::blocks),
-              std::u32string(53, U' ') + U"▅ ▁ █▂ ");
-    EXPECT_EQ(top::sparkline_of(values, 7, 60, glyphs::ascii),
-              std::u32string(53, U' ') + U"= _ #. ");
-    // Three each: 7 - 0 | - 14 1 | -
-    EXPECT_EQ(top::sparkline_of(values, 7, 20, glyphs::blocks), std::u32string(17, U' ') + U"▅█ ");
-    EXPECT_EQ(top::sparkline_of({0, 0}, 2, 2, glyphs::ascii), U" _");
-    EXPECT_EQ(top::sparkline_of(values, 7, 0, glyphs::ascii), U"");
-}
-
-TEST(top_bar, is_as_long_as_its_share_and_to_be_seen_when_it_is_not_0) {
-    const struct {
-        std::uint64_t value;
-        std::uint64_t full;
-        std::u32string blocks;
-        std::u32string ascii;
-    } cases[] = {{0, 100, U"", U""},           {1, 10000, U"▏", U"#"},
-                 {25, 100, U"█", U"#"},        {50, 100, U"██", U"##"},
-                 {44, 100, U"█▊", U"##"},      {100, 100, U"████", U"####"},
-                 {900, 100, U"████", U"####"}, {5, 0, U"", U""}};
-    for (const auto &each : cases) {
-        EXPECT_EQ(top::bar_of(each.value, each.full, 4, glyphs::blocks), each.blocks) << each.value;
-        EXPECT_EQ(top::bar_of(each.value, each.full, 4, glyphs::ascii), each.ascii) << each.value;
-    }
 }
 
 TEST(top_time, steps_up_and_down_once_it_is_known) {

@@ -63,21 +63,6 @@ q quit  ? help  s by list  Enter ports  b base  p pause  m mark  r rec  +- TIME
 )");
 }
 
-TEST(top_screen, of_60_columns_and_without_blocks_has_fewer) {
-    EXPECT_EQ(screen_of(small_chip(), 60, 10, glyphs::ascii), R"(
-SAFE  [OK]  sim:zt430,playback
-usage 50 %  6400 of 12800 MB/s  slack 50 %  6400 MB/s
-TIME ?  sweep 300 ms  age 1.2 s
-MODULE       MB/s CHANGE vs BASE EFF% UR% 0-10 %   60 SWEEPS
-CPU          1100   +100    +100   64   7 #######          #
-VDEC         1280  -1280   -1280   80   7 ########         #
-TSP             0      0       0    -   7                  _
-GOP             -      -       -    -   7
-SUM          6400      0       0   70   -                  #
-q quit  ? help  s by list  Enter ports  b base  p pause
-)");
-}
-
 // The last module is selected, and the lines go on to it.
 TEST(top_screen, of_40_columns_and_10_rows_keeps_verdict_sum_and_the_selected_module) {
     dashboard shown = small_chip();

@@ -8,7 +8,6 @@
 #include "ovk/tests/program.h"
 #include "ovk/tests/scratch.h"
 #include "ovk/top/background.h"
-#include "ovk/top/dashboard.h"
 
 namespace ovk::tests {
 
@@ -19,12 +18,6 @@ using top::sampler;
 
 constexpr std::int64_t s_of_ns = 1'000'000'000;
 constexpr int limit_ms = 60'000;  // for what can't fail to come
-
-top::badge badge_of(const total_report &report) {
-    top::dashboard shown("x", s_of_ns);
-    shown.add({.round = top::taken_round{.total = report}}, 0);
-    return shown.badge_at(0);
-}
 
 // Fails or holds a read when the test wants it.
 class troubled_source : public chip_source {
@@ -91,23 +84,6 @@ TEST(top_sampler, has_figures_without_ports_where_there_are_none_to_be_had) {
     EXPECT_TRUE(taken.total.usage.percent);
     EXPECT_EQ(what.take(0).no_ports, "");
     EXPECT_EQ(selected_module(chip), "GOP");
-}
-
-TEST(top_sampler, notices_a_cut_report) {
-    chip_source chip("zt440");
-    chip.run("overload");
-    for (int id = 0; id < 64; ++id) {
-        chip.write("bw_total", std::to_string(id) + " 1 2 0");
-    }
-    const total_report report = sampler(chip).take(0).total;
-    EXPECT_EQ(badge_of(report), top::badge::cut);
-    EXPECT_TRUE(report.usage.percent);
-}
-
-TEST(top_sampler, notices_a_time_out) {
-    chip_source chip("zt430");
-    chip.hang("emi_cen0");
-    EXPECT_EQ(badge_of(sampler(chip).take(0).total), top::badge::time_out);
 }
 
 TEST(top_sampler, lets_as_much_virtual_time_go_by_as_there_was_on_the_clock) {
