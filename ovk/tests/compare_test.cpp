@@ -5,9 +5,8 @@
 #include <nlohmann/json.hpp>
 
 #include "ovk/compare/statistics.h"
-#include "ovk/source/recording.h"
+#include "ovk/tests/hand_made.h"
 #include "ovk/tests/program.h"
-#include "ovk/tests/scratch.h"
 
 namespace ovk::tests {
 
@@ -19,13 +18,15 @@ using json = nlohmann::json;
 constexpr auto unknown = std::nullopt;
 
 // A recording of bw_bus; below 0 stands for a run that timed out.
-void put_usage(const std::string &file, const std::vector<int> &percents) {
-    recording_writer writer(file, {.source = "tv", .facts = {}, .ip_config = {}, .settings = {}});
+std::string usage_recording(const scratch &files, const std::string &name,
+                            const std::vector<int> &percents) {
+    std::vector<operation> reads;
     for (const int each : percents) {
-        writer.add({.attribute = "bw_bus",
-                    .came = each < 0 ? answer{"", ETIMEDOUT, 0, 0}
-                                     : answer{std::to_string(each) + "%\n", 0, 0, 0}});
+        reads.push_back({.attribute = "bw_bus",
+                         .came = each < 0 ? answer{"", ETIMEDOUT, 0, 0}
+                                          : answer{std::to_string(each) + "%\n", 0, 0, 0}});
     }
+    return recording_of(files, name, reads);
 }
 
 json row_with(const json &result, const json &wanted) {
@@ -102,10 +103,10 @@ TEST(compare, tells_a_change_from_the_spread_and_by_how_much_it_is_too_large) {
 // Medians 50 and 54, 8 % more; spreads 1.5 (51 - 49.5) and 2 (55 - 53).
 TEST(compare, ends_with_status_1_when_a_limit_is_exceeded) {
     const scratch files;
-    put_usage(files.path("a"), {50, 52, -1, 49, 50, 50});
-    put_usage(files.path("b"), {53, 54, 55});
+    const std::string a = usage_recording(files, "a", {50, 52, -1, 49, 50, 50});
+    const std::string b = usage_recording(files, "b", {53, 54, 55});
     const auto compare = [&](std::vector<std::string> options) {
-        options.insert(options.begin(), {"compare", files.path("a"), files.path("b")});
+        options.insert(options.begin(), {"compare", a, b});
         return ovk_with(options);
     };
 
@@ -131,7 +132,7 @@ TEST(compare, ends_with_status_1_when_a_limit_is_exceeded) {
     for (const auto &each : cases) {
         EXPECT_EQ(compare(each.options).status, each.status) << each.options.back();
     }
-    EXPECT_EQ(ovk_with({"compare", files.path("a"), files.path("none")}).status, 3);
+    EXPECT_EQ(ovk_with({"compare", a, files.path("none")}).status, 3);
     EXPECT_EQ(compare({"--format", "csv"}).out,
               "report,module,block,port,figure,a_count,a_median,a_spread,b_count,b_median,b_spread,"
               "difference,difference_percent,beyond_spread,exceeded\n"
@@ -141,20 +142,15 @@ TEST(compare, ends_with_status_1_when_a_limit_is_exceeded) {
 // The simple view has no data bandwidths; and the 0 of a run that timed out is no measurement.
 TEST(compare, counts_what_a_report_does_not_have_as_unknown) {
     const scratch files;
-    {
-        recording_writer writer(files.path("r"),
-                                {.source = "tv", .facts = {}, .ip_config = {}, .settings = {}});
-        const auto add = [&](const std::string &mbps, std::vector<std::string> log) {
-            writer.add({.attribute = "bw_total",
-                        .came = {"CPU       : " + mbps + " MB/s\n", 0, 0, 0},
-                        .log = std::move(log)});
-        };
-        add("   100", {});
-        add("     0", {"[OVK_BW]EMI monitor time out"});
-        add("   300", {});
-    }
-    const json result = json::parse(
-        ovk_with({"compare", files.path("r"), files.path("r"), "--format", "json"}).out);
+    const auto view = [](const std::string &mbps, std::vector<std::string> log) {
+        return operation{.attribute = "bw_total",
+                         .came = {"CPU       : " + mbps + " MB/s\n", 0, 0, 0},
+                         .log = std::move(log)};
+    };
+    const std::string file = recording_of(
+        files, "r",
+        {view("   100", {}), view("     0", {"[OVK_BW]EMI monitor time out"}), view("   300", {})});
+    const json result = json::parse(ovk_with({"compare", file, file, "--format", "json"}).out);
 
     const json bus = row_with(result, {{"module", "CPU"}, {"figure", "bus_mbps"}});
     EXPECT_EQ(bus["a_count"], 2);
