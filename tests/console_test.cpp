@@ -9,27 +9,21 @@
 namespace tests {
 
 TEST(console, completes_commands_attributes_blocks_and_scenarios) {
-    struct offer {
-        const char *start;
-        const char *word;
-        lines words;
-    };
     sim::simulator simulator({.tree = sim::chip_tree("zt420"), .soc = "zt420", .dram_freq = {}});
     std::ostringstream out;
     const sim::console console(simulator, out);
     EXPECT_EQ(simulator.machine().load(), 0);
 
-    for (const offer &each : {offer{"", "un", {"unload", "unpin"}},
-                              {"help ", "cat", {"cat"}},
-                              {"cat ", "bw_emi_l", {"bw_emi_lmt"}},
-                              {"write ", "nothing", {}},
-                              {"peek ", "smi", {"smi_common0+0x", "smi_common1+0x"}},
-                              {"hang ", "miu2gmc", {"miu2gmc0", "miu2gmc1"}},
-                              {"trace ", "o", {"on", "off"}},
-                              {"fail ", "no", {"node"}},
-                              {"scenario ", "pl", {"playback"}}}) {
-        EXPECT_EQ(console.completions(each.start, each.word), each.words)
-            << each.start << each.word;
+    for (const auto &[start, word, words] : {std::tuple{"", "un", lines{"unload", "unpin"}},
+                                             {"help ", "cat", {"cat"}},
+                                             {"cat ", "bw_emi_l", {"bw_emi_lmt"}},
+                                             {"write ", "nothing", {}},
+                                             {"peek ", "smi", {"smi_common0+0x", "smi_common1+0x"}},
+                                             {"hang ", "miu2gmc", {"miu2gmc0", "miu2gmc1"}},
+                                             {"trace ", "o", {"on", "off"}},
+                                             {"fail ", "no", {"node"}},
+                                             {"scenario ", "pl", {"playback"}}}) {
+        EXPECT_EQ(console.completions(start, word), words) << start << word;
     }
     simulator.machine().unload();
 }

@@ -51,18 +51,12 @@ TEST(reg_op, leaves_lines_open_and_reads_the_register_33_times_for_a_report) {
 
 // 4 GiB are 0x10000000 units of 16 bytes. No bit of an address is left when 64 are shifted out.
 TEST(traffic_generator, is_started_by_type_with_up_to_4_GiB) {
-    const struct {
-        std::uint32_t alignment;
-        const char *request;
-        const char *length_high;
-        const char *start_high;
-        const char *command;
-    } cases[] = {{4, "1 80000000 100000 0 1\n", "0001", "0800", "010"},
-                 {4, "1 80000000 100000000 1 1\n", "1000", "0800", "020"},
-                 {64, "1 ffffffffffffffff 100000 2 1\n", "0001", "0000", "000"}};
     const std::string engine = "W32 miu2gmc1+0x0";
 
-    for (const auto &[alignment, request, length_high, start_high, command] : cases) {
+    for (const auto &[alignment, request, length_high, start_high, command] :
+         {std::tuple{4u, "1 80000000 100000 0 1\n", "0001", "0800", "010"},
+          {4, "1 80000000 100000000 1 1\n", "1000", "0800", "020"},
+          {64, "1 ffffffffffffffff 100000 2 1\n", "0001", "0000", "000"}}) {
         rig r(sim::chip_tree("zt410").with_u32(bist, "alignment", alignment));
         const lines writes = writes_of(r.loaded(), "fake_engine", request);
         ASSERT_EQ(writes.size(), 10u) << request;
@@ -76,17 +70,12 @@ TEST(traffic_generator, is_started_by_type_with_up_to_4_GiB) {
 // The first multiple of 499 us at or above ten seconds and one for every 32 MiB in a direction; or
 // a fatal signal, which comes with the fifth poll.
 TEST(traffic_generator, gives_up_a_pass_that_does_not_end_in_the_time_of_its_size_and_when_killed) {
-    const struct {
-        const char *request;
-        std::uint64_t killed_at;  // 0: it is not
-        std::uint64_t polls;
-    } cases[] = {{"0 0 1ffffff 1 0\n", 0, 20'041},
-                 {"0 0 2000000 1 0\n", 0, 22'045},
-                 {"0 0 2000000 2 0\n", 0, 24'049},
-                 {"0 0 1000 0 0\n", 5, 5}};
     const std::string time_out = "<3>[OVK_BW]MIU2GMC_DRV [0] time out";
 
-    for (const auto &[request, killed_at, polls] : cases) {
+    for (const auto &[request, killed_at, polls] : {std::tuple{"0 0 1ffffff 1 0\n", 0u, 20'041u},
+                                                    {"0 0 2000000 1 0\n", 0, 22'045},
+                                                    {"0 0 2000000 2 0\n", 0, 24'049},
+                                                    {"0 0 1000 0 0\n", 5, 5}}) {
         SCOPED_TRACE(request);
         rig r("zt410");
         r.loaded();
@@ -133,11 +122,20 @@ TEST(traffic_generator, is_left_alone_at_unloading_where_loops_are_the_writer_s)
     EXPECT_EQ(r.trace(), lines{});
 }
 
-TEST(emi_settings, need_one_to_three_channels) {
-    for (const std::uint32_t channels : {0u, 4u}) {
+// Of all of the chip's channels.
+TEST(emi_settings, reach_one_to_three_channels_through_broadcast_and_no_others) {
+    for (const auto &[channels, targets] :
+         {std::pair{0u, ""}, {1, "00000000"}, {2, "00000002"}, {3, "00007f02"}, {4, ""}}) {
+        SCOPED_TRACE(channels);
         rig r(sim::chip_tree("zt440").with_u32("/emi_arch", "emi_cnt", channels));
-        EXPECT_EQ(writes_of(r.loaded(), "bw_emi_lmt", "0 0 1\n"), lines{});
-        EXPECT_EQ(r.log(), lines{"<6>Something Wrong!!"}) << channels;
+        const bool refused = *targets == '\0';
+        const lines stores = {"W32 emi_dispatch0+0x100 0x00007f7f",
+                              std::string("W32 emi_dispatch0+0x104 0x") + targets,
+                              "W32 emi_cen0+0x110 0x00000001", "W32 emi_dispatch0+0x100 0x00000000",
+                              "W32 emi_dispatch0+0x104 0x00000000"};
+        EXPECT_EQ(writes_of(r.loaded(), "bw_emi_lmt", std::to_string(channels) + " 2 1\n"),
+                  refused ? lines{} : stores);
+        EXPECT_EQ(r.log(), lines(refused ? 1 : 0, "<6>Something Wrong!!"));
     }
 }
 

@@ -65,16 +65,11 @@ TEST_F(host_kernel, reads_properties_with_the_kernels_errors) {
         EXPECT_EQ(ovk_kernel_of_property_read_string(node, name, &word), code) << name;
     }
     EXPECT_STREQ(word, "word");
-    const struct {
-        const char *name;
-        size_t max;
-        int code;
-    } arrays[] = {{"cells", 0, 1},
-                  {"cells", 3, 3},
-                  {"cells", 2, -EOVERFLOW},
-                  {"odd", 0, -EOVERFLOW},
-                  {"none", 0, -EINVAL}};
-    for (const auto &[name, max, code] : arrays) {
+    for (const auto &[name, max, code] : {std::tuple{"cells", 0u, 1},
+                                          {"cells", 3, 3},
+                                          {"cells", 2, -EOVERFLOW},
+                                          {"odd", 0, -EOVERFLOW},
+                                          {"none", 0, -EINVAL}}) {
         EXPECT_EQ(ovk_kernel_of_property_read_variable_u32_array(node, name, values, 1, max), code)
             << name << " up to " << max;
     }

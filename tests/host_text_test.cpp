@@ -82,21 +82,23 @@ TEST_F(host_text, is_scanned_for_integers_as_by_the_kernel) {
 }
 
 TEST_F(host_text, is_converted_as_a_whole_as_by_the_kernel) {
-    const std::map<std::string, unsigned> numbers = {
-        {"12", 12}, {"+12\n", 12}, {"0x1F", 31}, {"017", 15}, {"0", 0}, {"4294967295", ~0u}};
-    const std::map<std::string, int> refused = {
-        {"0x", -EINVAL},         {"0xg", -EINVAL},         {"", -EINVAL},
-        {"\n", -EINVAL},         {"-1", -EINVAL},          {" 1", -EINVAL},
-        {"1 ", -EINVAL},         {"1\n\n", -EINVAL},       {"08", -EINVAL},
-        {"4294967296", -ERANGE}, {"4294967296x", -EINVAL}, {"99999999999999999999x", -ERANGE}};
-    unsigned value = 9;
-    for (const auto &[text, code] : refused) {
-        EXPECT_EQ(ovk_kernel_kstrtouint(text.c_str(), 0, &value), code) << text;
-        EXPECT_EQ(value, 9u) << text;
+    std::map<std::string, long> numbers = {{"12", 12},
+                                           {"+12\n", 12},
+                                           {"0x1F", 31},
+                                           {"017", 15},
+                                           {"0", 0},
+                                           {"4294967295", 4294967295},
+                                           {"4294967296", -ERANGE},
+                                           {"99999999999999999999x", -ERANGE}};
+    for (const char *text :
+         {"0x", "0xg", "", "\n", "-1", " 1", "1 ", "1\n\n", "08", "4294967296x"}) {
+        numbers[text] = -EINVAL;
     }
     for (const auto &[text, expected] : numbers) {
-        EXPECT_EQ(ovk_kernel_kstrtouint(text.c_str(), 0, &value), 0) << text;
-        EXPECT_EQ(value, expected) << text;
+        unsigned value = 9;
+        const int code = ovk_kernel_kstrtouint(text.c_str(), 0, &value);
+        EXPECT_EQ(code < 0 ? code : long{value}, expected) << text;
+        EXPECT_TRUE(code == 0 || value == 9) << text;
     }
     const std::map<std::string, int> words = {
         {"1", 1},      {"y", 1},       {"Yes\n", 1},   {"on", 1},      {"ON", 1},

@@ -93,25 +93,20 @@ TEST(input, that_is_refused_is_told_of_and_changes_nothing) {
 // three in bw_larb; two for each of nine ports in bw_scomm; one for each of two groups at the EMI,
 // where 2^31 ms at 800 MHz are no cycles in 32 bits.
 TEST(input, in_numbers_is_confirmed_and_sets_the_windows_of_later_reads) {
-    const struct {
-        const char *attribute;
-        const char *text;
-        const char *log;
-        std::uint64_t wait_ms;
-    } all[] = {
-        {"bw_total", "0 0 20 0\n", "set m_id: 0, enable: 0, time: 20 ms, proc: 0", 5 * 20},
-        {"bw_total", " 0  7 4294967297 0x1", "set m_id: 0, enable: 1, time: 1 ms, proc: 0", 6},
-        {"bw_larb", "0 32\n", "Set Module ID = 0, Time= 32", 3 * 32},
-        {"bw_larb", "3 -1\n", "Set Module ID = 3, Time= -1", 0},
-        {"bw_scomm", "0x20\n", "Set Monitor Time= 32", 18 * 32},
-        {"bw_scomm", "0\n", "Set Monitor Time= 0", 0},
-        {"bw_scomm", "2147483648\n", "Set Monitor Time= -2147483648", 18 * 2147483648},
-        {"bw_emi", "2147483648\n", "Set Monitor Time= -2147483648", 0},
-        {"bw_emi", "0x20\n", "Set Monitor Time= 32", 2 * 32}};
     rig r(port_chip());
     r.loaded();
 
-    for (const auto &[attribute, text, log, wait_ms] : all) {
+    for (const auto &[attribute, text, log, wait_ms] :
+         {std::tuple{"bw_total", "0 0 20 0\n", "set m_id: 0, enable: 0, time: 20 ms, proc: 0",
+                     std::uint64_t{5 * 20}},
+          {"bw_total", " 0  7 4294967297 0x1", "set m_id: 0, enable: 1, time: 1 ms, proc: 0", 6},
+          {"bw_larb", "0 32\n", "Set Module ID = 0, Time= 32", 3 * 32},
+          {"bw_larb", "3 -1\n", "Set Module ID = 3, Time= -1", 0},
+          {"bw_scomm", "0x20\n", "Set Monitor Time= 32", 18 * 32},
+          {"bw_scomm", "0\n", "Set Monitor Time= 0", 0},
+          {"bw_scomm", "2147483648\n", "Set Monitor Time= -2147483648", 18 * 2147483648},
+          {"bw_emi", "2147483648\n", "Set Monitor Time= -2147483648", 0},
+          {"bw_emi", "0x20\n", "Set Monitor Time= 32", 2 * 32}}) {
         r.write(attribute, text);
         EXPECT_EQ(r.log(), lines{std::string("<6>[OVK_BW]") + log});
         EXPECT_EQ(wait_of(r, attribute), wait_ms * 1000) << attribute << " " << text;

@@ -12,10 +12,6 @@ static const std::regex &compiled(const std::string &pattern) {
     return known.try_emplace(pattern, pattern).first->second;
 }
 
-bool matches(const std::string &text, const std::string &pattern) {
-    return std::regex_match(text, compiled(pattern));
-}
-
 bool contains(const std::string &text, const std::string &pattern) {
     return std::regex_search(text, compiled(pattern));
 }

@@ -7,7 +7,6 @@
 
 namespace tests {
 
-bool matches(const std::string &text, const std::string &pattern);
 bool contains(const std::string &text, const std::string &pattern);
 
 // The pattern's groups in a text that matches as a whole; none if it doesn't.

@@ -49,44 +49,36 @@ std::string log_of(rig &r) {
 // Without its port counts SMI common 0's input 3 is taken to be port 3, which is larb 1's.
 // Broadcast mode is switched 32 times for eight EMI ports; without it channel 0 alone counts.
 TEST(missing_blocks, are_named_and_end_or_empty_the_measurement_that_needs_them) {
-    struct loss {
-        const char *attribute;
-        host::fault_kind kind;
-        const char *name;
-        const char *row;  // of the report, or none
-        std::string log;
-    };
-    const loss losses[] = {
-        {"bw_larb", node, "larb1", "100 80 125", no_larb},
-        {"bw_larb", node, "quorix,smi", "300 0 0", ""},
-        {"bw_larb", property, "smi_common0:quorix,common-id", "300 0 0", ""},
-        {"bw_larb", mapping, "effi_monitor0", "300 0 0",
-         times(3, unmapped("effi_monitor0@1c018000") + no_monitor)},
-        {"bw_scomm", property, "smi_common1:input-port-nr", "", no_inputs + no_ports},
-        {"bw_scomm", mapping, "smi_common1", "Out 0 350 0 100 0 - - - -",
-         unmapped("smi_common1@1c014000") + no_common},
-        {"bw_scomm", node, "effi_monitor2", "In 1 70 0 100 0 0 0 0 0", no_monitor},
-        {"bw_emi", node, "emi_cen1", "", no_channel},
-        {"bw_emi", node, "emi_dispatch0", "7 150 70 1 214 100", times(32, no_dispatch)},
-        {"bw_total", property, "smi_common0:output-port-nr", "1 TSP TS 170 80 212 0 0",
-         no_outputs + no_ports}};
-
-    for (const loss &each : losses) {
-        SCOPED_TRACE(std::string(each.attribute) + " without " + each.name);
-        const bool refused = each.log.ends_with(no_channel);
-        const bool empty = *each.row == '\0';
+    // Attribute, what it misses, the row of the report or none, and the log.
+    for (const auto &[attribute, kind, name, row, log] :
+         {std::tuple{"bw_larb", node, "larb1", "100 80 125", no_larb},
+          {"bw_larb", node, "quorix,smi", "300 0 0", ""},
+          {"bw_larb", property, "smi_common0:quorix,common-id", "300 0 0", ""},
+          {"bw_larb", mapping, "effi_monitor0", "300 0 0",
+           times(3, unmapped("effi_monitor0@1c018000") + no_monitor)},
+          {"bw_scomm", property, "smi_common1:input-port-nr", "", no_inputs + no_ports},
+          {"bw_scomm", mapping, "smi_common1", "Out 0 350 0 100 0 - - - -",
+           unmapped("smi_common1@1c014000") + no_common},
+          {"bw_scomm", node, "effi_monitor2", "In 1 70 0 100 0 0 0 0 0", no_monitor},
+          {"bw_emi", node, "emi_cen1", "", no_channel},
+          {"bw_emi", node, "emi_dispatch0", "7 150 70 1 214 100", times(32, no_dispatch)},
+          {"bw_total", property, "smi_common0:output-port-nr", "1 TSP TS 170 80 212 0 0",
+           no_outputs + no_ports}}) {
+        SCOPED_TRACE(std::string(attribute) + " without " + name);
+        const bool refused = log.ends_with(no_channel);
+        const bool empty = *row == '\0';
         rig r(port_chip({"3", "4", "5"}));
         r.loaded();
         r.run({at_larb(0, 3, {.read = 100}), at_larb(1, 4, {.read = 100}),
                at_larb(2, 5, {.read = 100}), at_common(0, 3, {.read = 50}),
                at_common(1, 1, {.read = 70}), at_emi(7, {.read = 300})});
         r.machine().set_tracing(true);
-        r.machine().fail_named(each.kind, each.name);
-        const auto read = r.machine().read(each.attribute);
+        r.machine().fail_named(kind, name);
+        const auto read = r.machine().read(attribute);
         EXPECT_EQ(read.code, refused ? -1 : static_cast<long>(read.text.size()));
         EXPECT_EQ(read.text.empty(), empty);
-        EXPECT_EQ(row_with(read.text, each.row), each.row);
-        EXPECT_EQ(log_of(r), each.log);
+        EXPECT_EQ(row_with(read.text, row), row);
+        EXPECT_EQ(log_of(r), log);
         EXPECT_EQ(r.trace().empty(), empty);
         r.machine().clear_faults();
     }
@@ -120,35 +112,27 @@ TEST(module_failures, a_port_without_a_measured_efficiency_carries_no_priority_w
 // each group of ports waits for twice the time and 100 ms, and is then given up; only channel 0 is
 // asked whether it is done, and the other one then has counted nothing.
 TEST(hanging_monitors, cost_their_limit_and_leave_zeros) {
-    struct hang {
-        const char *node;
-        const char *attribute;
-        std::uint64_t wait_us;
-        const char *row;
-        std::size_t time_outs;
-    };
     const std::uint64_t window = 16'000;
     const std::uint64_t polls = 50 * 999;
     const std::uint64_t given_up = 2 * window + 100'000;
-    const hang hangs[] = {
-        {"effi_monitor0", "bw_total", 6 * window + polls, "0 GOP GFX 100 0 0 0 0", 0},
-        {"effi_monitor0", "bw_larb", 3 * window + 2 * polls, "3 0 0 0 60 40 100 0 0 0 0", 0},
-        {"effi_monitor0", "bw_scomm", 18 * window + polls, "In 0 60 40 100 100 0 0 0 0", 0},
-        {"emi_cen0", "bw_total", 5 * window + 999 + given_up, "2 REF_EMI EMI 0 70 0 0 0", 1},
-        {"emi_cen0", "bw_emi", 2 * given_up, "ALL 0 0 - 0 -", 2},
-        {"emi_cen0", "bw_emi", 2 * given_up, "2 0 70 1 0 0", 2},
-        {"emi_cen1", "bw_emi", 2 * window, "2 50 70 1 71 100", 0}};
 
-    for (const hang &each : hangs) {
-        SCOPED_TRACE(std::string(each.attribute) + " with " + each.node);
+    for (const auto &[node, attribute, wait_us, row, time_outs] :
+         {std::tuple{"effi_monitor0", "bw_total", 6 * window + polls, "0 GOP GFX 100 0 0 0 0", 0u},
+          {"effi_monitor0", "bw_larb", 3 * window + 2 * polls, "3 0 0 0 60 40 100 0 0 0 0", 0},
+          {"effi_monitor0", "bw_scomm", 18 * window + polls, "In 0 60 40 100 100 0 0 0 0", 0},
+          {"emi_cen0", "bw_total", 5 * window + 999 + given_up, "2 REF_EMI EMI 0 70 0 0 0", 1},
+          {"emi_cen0", "bw_emi", 2 * given_up, "ALL 0 0 - 0 -", 2},
+          {"emi_cen0", "bw_emi", 2 * given_up, "2 0 70 1 0 0", 2},
+          {"emi_cen1", "bw_emi", 2 * window, "2 50 70 1 71 100", 0}}) {
+        SCOPED_TRACE(std::string(attribute) + " with " + node);
         rig r(port_chip());
         r.loaded();
         r.run({at_larb(0, 3, {.read = 60, .write = 40})});
-        ASSERT_TRUE(r.chip().hang(each.node));
-        EXPECT_EQ(wait_of(r, each.attribute), each.wait_us);
-        EXPECT_EQ(log_of(r), times(each.time_outs, emi_time_out));
-        EXPECT_EQ(row_with(r.read(each.attribute), each.row), each.row);
-        EXPECT_EQ(r.read_code("bw_bus"), each.node == std::string("emi_cen0") ? -110 : 3);
+        ASSERT_TRUE(r.chip().hang(node));
+        EXPECT_EQ(wait_of(r, attribute), wait_us);
+        EXPECT_EQ(log_of(r), times(time_outs, emi_time_out));
+        EXPECT_EQ(row_with(r.read(attribute), row), row);
+        EXPECT_EQ(r.read_code("bw_bus"), node == std::string("emi_cen0") ? -110 : 3);
         EXPECT_EQ(left_on(r), lines{});
     }
 }
@@ -192,39 +176,32 @@ TEST(hanging_monitors, of_a_group_take_its_counts_and_the_last_one_the_latencies
 // The second channel finds a monitor reset, so half of the efficiency is left, and waits in vain;
 // the trace switch makes it say so. What is missing is looked for four times.
 TEST(monitors_at_the_emi, that_are_missing_or_hang_cost_their_port_its_efficiency) {
-    struct outcome {
-        const char *monitor1;
-        const char *row;
-        const char *usage;
-        std::uint64_t polls;
-        std::string log;
-    };
     const std::string late0 = "<1>[OVK-BW] EFFI [P0] time out\n";
     const std::string late1 = "<1>[OVK-BW] EFFI [P1] time out\n";
     const std::string twice = times(2, unmapped("effi_monitor1@1c019000") + no_monitor);
 
-    for (const outcome &each :
-         {outcome{"works", "1 100 40 4 250 200", "14%\n", 100, late0 + late1},
-          outcome{"hangs", "1 100 0 1 0 200", "12%\n", 150, late0 + late1 + late1},
-          outcome{"fails", "1 100 0 1 0 200", "12%\n", 50, twice + late0 + twice}}) {
-        SCOPED_TRACE(each.monitor1);
+    for (const auto &[monitor1, row, usage, polls, log] :
+         {std::tuple{"works", "1 100 40 4 250 200", "14%\n", 100u, late0 + late1},
+          {"hangs", "1 100 0 1 0 200", "12%\n", 150, late0 + late1 + late1},
+          {"fails", "1 100 0 1 0 200", "12%\n", 50, twice + late0 + twice}}) {
+        SCOPED_TRACE(monitor1);
         rig r(port_chip()
                   .with_property("/emi_arch", "emi-effi-monitor", "")
                   .with_u32("/emi_arch", "emi_port_cnt", 2));
         r.loaded();
         r.run({at_emi(0, {.read = 640, .burst = 8}), at_emi(1, {.read = 100})});
         r.write("debug_log_on", "1\n");
-        if (each.monitor1 == std::string("fails")) {
+        if (monitor1 == std::string("fails")) {
             r.machine().fail_named(mapping, "effi_monitor1");
-        } else if (each.monitor1 == std::string("hangs")) {
+        } else if (monitor1 == std::string("hangs")) {
             ASSERT_TRUE(r.chip().hang("effi_monitor1"));
         }
-        EXPECT_EQ(wait_of(r, "bw_emi"), 16'000 + each.polls * 999);
-        EXPECT_EQ(log_of(r), each.log);
+        EXPECT_EQ(wait_of(r, "bw_emi"), 16'000 + polls * 999);
+        EXPECT_EQ(log_of(r), log);
         const std::string report = clean_read(r, "bw_emi");
         EXPECT_EQ(row_with(report, "0 "), "0 640 40 5 1600 200");
-        EXPECT_EQ(row_with(report, "1 "), each.row);
-        EXPECT_EQ(r.read("bw_bus"), each.usage);
+        EXPECT_EQ(row_with(report, "1 "), row);
+        EXPECT_EQ(r.read("bw_bus"), usage);
         r.machine().clear_faults();
     }
 }

@@ -175,24 +175,25 @@ TEST(report_layout, texts_are_exact) {
 }
 
 TEST(total_layout, verdict_follows_the_threshold) {
-    struct band {
-        std::uint32_t penalty;
-        std::uint32_t usage;
-        const char *verdict;
-    };
     const char *safe = "Status: \033[42;30m   SAFE   \033[0m";
     const char *warning = "Status: \033[43;30m  WARNING  \033[0m";
     const char *danger = "Status: \033[41;30m  DANGER  \033[0m";
-    const band bands[] = {{85, 75, safe}, {85, 76, warning}, {85, 85, warning}, {85, 86, danger},
-                          {10, 0, safe},  {10, 1, warning},  {9, 9, safe},      {9, 10, danger},
-                          {0, 0, safe},   {0, 1, danger}};
 
-    for (const band &each : bands) {
-        rig r(chip_of(100, each.penalty));
+    for (const auto &[penalty, usage, verdict] : {std::tuple{85u, 75u, safe},
+                                                  {85, 76, warning},
+                                                  {85, 85, warning},
+                                                  {85, 86, danger},
+                                                  {10, 0, safe},
+                                                  {10, 1, warning},
+                                                  {9, 9, safe},
+                                                  {9, 10, danger},
+                                                  {0, 0, safe},
+                                                  {0, 1, danger}}) {
+        rig r(chip_of(100, penalty));
         r.loaded();
-        r.run({at_larb(0, 3, {.read = each.usage, .efficiency = 100})});
-        EXPECT_NE(r.read("bw_total").find(each.verdict), std::string::npos)
-            << each.usage << " of " << each.penalty;
+        r.run({at_larb(0, 3, {.read = usage, .efficiency = 100})});
+        EXPECT_NE(r.read("bw_total").find(verdict), std::string::npos)
+            << usage << " of " << penalty;
     }
 }
 
@@ -273,68 +274,52 @@ TEST(common_layout, idle_outputs_leave_a_common_out) {
 
 // SMI common 1 has number 63 or 64 where that is said.
 TEST(common_layout, takes_the_available_commons_and_misses_the_rest_once) {
-    struct outcome {
-        std::uint32_t count;
-        const char *second;
-        std::pair<const char *, std::string> variation;  // of SMI common 0
-        lines blocks;
-        bool missed;
-    };
     const std::pair<const char *, std::string> none = {"unused", ""};
     const std::pair<const char *, std::string> disabled = {"status", std::string("disabled", 9)};
     const std::pair<const char *, std::string> no_outputs = {"output-port-nr", std::string(4, 0)};
-    const outcome outcomes[] = {{0, "1", none, {}, false},
-                                {2, "1", none, {"SMI_COMMON 0", "SMI_COMMON 1"}, false},
-                                {9, "1", none, {"SMI_COMMON 0", "SMI_COMMON 1"}, true},
-                                {2, "1", disabled, {"SMI_COMMON 1"}, true},
-                                {2, "1", no_outputs, {"SMI_COMMON 1"}, false},
-                                {2, "63", none, {"SMI_COMMON 0", "SMI_COMMON 63"}, false},
-                                {2, "64", none, {"SMI_COMMON 0"}, true}};
 
-    for (const outcome &each : outcomes) {
-        SCOPED_TRACE(std::to_string(each.count) + " with " + each.second + each.variation.first);
-        rig r(port_chip({"3"}, each.second)
-                  .with_u32("/emi_arch", "smi_common_cnt", each.count)
-                  .with_property(path_of_common0, each.variation.first, each.variation.second));
+    for (const auto &[count, second, variation, commons, missed] :
+         {std::tuple{0u, "1", none, lines{}, false},
+          {2, "1", none, {"SMI_COMMON 0", "SMI_COMMON 1"}, false},
+          {9, "1", none, {"SMI_COMMON 0", "SMI_COMMON 1"}, true},
+          {2, "1", disabled, {"SMI_COMMON 1"}, true},
+          {2, "1", no_outputs, {"SMI_COMMON 1"}, false},
+          {2, "63", none, {"SMI_COMMON 0", "SMI_COMMON 63"}, false},
+          {2, "64", none, {"SMI_COMMON 0"}, true}}) {
+        SCOPED_TRACE(std::to_string(count) + " with " + second + variation.first);
+        rig r(port_chip({"3"}, second)
+                  .with_u32("/emi_arch", "smi_common_cnt", count)
+                  .with_property(path_of_common0, variation.first, variation.second));
         r.loaded();
         r.run({at_common(0, 3, {.read = 100}),
-               at_common(static_cast<std::uint32_t>(std::stoul(each.second)), 1, {.read = 100})});
-        EXPECT_EQ(commons_of(r), each.blocks);
-        EXPECT_EQ(r.log(),
-                  lines(each.missed ? 1 : 0, "<3>[OVK_BW]Can't find SMI COMMON device base!!"));
+               at_common(static_cast<std::uint32_t>(std::stoul(second)), 1, {.read = 100})});
+        EXPECT_EQ(commons_of(r), commons);
+        EXPECT_EQ(r.log(), lines(missed ? 1 : 0, "<3>[OVK_BW]Can't find SMI COMMON device base!!"));
     }
 }
 
 // The chip has three channels, so whoever counts on one of them sees a third; 640 MB/s are spread
 // as 214, 213 and 213. No channel and more than three are left alone.
 TEST(emi_limits, channel_counts_from_none_to_five) {
-    struct outcome {
-        std::uint32_t channels;
-        long code;
-        const char *port;
-        const char *usage;
-        const char *cpu;
-    };
-    const outcome outcomes[] = {{0, 0, "0 0 70 1 0 0", "0%\n", "0 64 0 0 0"},
-                                {1, 0, "0 214 70 1 305 200", "0%\n", "214 64 334 0 0"},
-                                {2, 0, "0 427 70 1 610 200", "1%\n", "427 64 667 0 0"},
-                                {3, 0, "0 640 70 1 914 200", "2%\n", "640 64 1000 0 0"},
-                                {4, -1, "", "", "0 64 0 0 0"},
-                                {5, -1, "", "", "0 64 0 0 0"}};
-
-    for (const outcome &each : outcomes) {
-        SCOPED_TRACE(std::to_string(each.channels) + " channels");
-        rig r(sim::chip_tree("zt440").with_u32("/emi_arch", "emi_cnt", each.channels));
+    for (const auto &[channels, code, port, usage, cpu] :
+         {std::tuple{0u, 0, "0 0 70 1 0 0", "0%\n", "0 64 0 0 0"},
+          {1, 0, "0 214 70 1 305 200", "0%\n", "214 64 334 0 0"},
+          {2, 0, "0 427 70 1 610 200", "1%\n", "427 64 667 0 0"},
+          {3, 0, "0 640 70 1 914 200", "2%\n", "640 64 1000 0 0"},
+          {4, -1, "", "", "0 64 0 0 0"},
+          {5, -1, "", "", "0 64 0 0 0"}}) {
+        SCOPED_TRACE(std::to_string(channels) + " channels");
+        rig r(sim::chip_tree("zt440").with_u32("/emi_arch", "emi_cnt", channels));
         r.loaded();
         r.run({at_emi(0, {.read = 640})});
         r.machine().set_tracing(true);
-        EXPECT_EQ(row_with(clean_read(r, "bw_emi", each.code), "0 "), each.port);
-        EXPECT_EQ(clean_read(r, "bw_bus", each.code), each.usage);
-        EXPECT_EQ(row_with(r.read("bw_total"), "0 CPU"), std::string("0 CPU CPU ") + each.cpu);
+        EXPECT_EQ(row_with(clean_read(r, "bw_emi", code), "0 "), port);
+        EXPECT_EQ(clean_read(r, "bw_bus", code), usage);
+        EXPECT_EQ(row_with(r.read("bw_total"), "0 CPU"), std::string("0 CPU CPU ") + cpu);
         EXPECT_EQ(r.log(), lines{});
         const lines trace = r.trace();
         EXPECT_EQ(std::count(trace.begin(), trace.end(), "W32 emi_cen0+0x400 0x00000000") != 0,
-                  each.channels >= 1 && each.channels <= 3);
+                  channels >= 1 && channels <= 3);
     }
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // Programming sequences of the measurements, access by access.
 #include <algorithm>
+#include <array>
 #include <optional>
 
 #include "tests/block_trace.h"
@@ -67,12 +68,8 @@ void add_larb_run(lines &trace, const char *larb, const char *choice) {
     add(trace, larb, "404=1 %s wmb 400=1 ~16000-16000 400=0", choice);
 }
 
-void add_broadcast(lines &trace, std::uint32_t value, std::uint32_t targets) {
-    add(trace, "emi_dispatch0", "wmb 100=%x 104=%x wmb", value, targets);
-}
-
 void add_broadcast(lines &trace, bool on) {
-    add_broadcast(trace, on ? 0x7f7f : 0, on ? 0x2 : 0);
+    add(trace, "emi_dispatch0", "wmb 100=%x 104=%x wmb", on ? 0x7f7f : 0, on ? 0x2 : 0);
 }
 
 void add_emi_polls(lines &trace, std::uint32_t count) {
@@ -198,15 +195,8 @@ lines emi_trace(std::uint32_t ports) {
     return trace;
 }
 
-// A run of 16 ms that counts so many units of 8 bytes on each channel.
-struct dram_run {
-    unsigned module;
-    std::uint32_t ports;
-    std::uint32_t counter;
-    std::pair<std::uint32_t, std::uint32_t> counts;
-};
-
-lines expected_dram_trace(const dram_run &run) {
+// A run of 16 ms at some ports, or all, that counts so many units of 8 bytes on each channel.
+lines dram_trace(std::uint32_t ports, std::uint32_t counter, const std::array<int, 2> &counts) {
     const std::uint32_t length = 16 * emi_clock * 1000;
     lines trace;
 
@@ -217,14 +207,14 @@ lines expected_dram_trace(const dram_run &run) {
     add(trace, "emi_cen0", "f2c?0");
     add_broadcast(trace, true);
     add(trace, "emi_cen0", "f2c=f0000000");
-    if (run.ports != 0) {
-        add(trace, "emi_cen0", "qf00?7:%x07", run.ports);
+    if (ports != 0) {
+        add(trace, "emi_cen0", "qf00?7:%x07", ports);
     }
     add(trace, "emi_cen0", "q400?%x00000000:%x00000001 wmb", length, length);
     add_broadcast(trace, false);
     add_emi_polls(trace, 16);
-    add(trace, "emi_cen0", "%x?%x", run.counter, run.counts.first);
-    add(trace, "emi_cen1", "%x?%x", run.counter, run.counts.second);
+    add(trace, "emi_cen0", "%x?%x", counter, counts[0]);
+    add(trace, "emi_cen1", "%x?%x", counter, counts[1]);
     add_broadcast(trace, true);
     add(trace, "emi_cen0", "q60?40000000:0");
     add_broadcast(trace, false);
@@ -254,15 +244,16 @@ TEST(total_trace, larb_module_with_five_ports_runs_four_and_then_one) {
 
 // The CPU's are ports 0 and 1, the GPU's is port 7. 301 MB/s are split 151 and 150.
 TEST(total_trace, processors_and_reference_are_counted_on_both_channels_through_broadcast) {
-    for (const dram_run &run :
-         {dram_run{0, 0x03, 0x428, {302'000, 300'000}}, dram_run{1, 0x80, 0x428, {40'000, 40'000}},
-          dram_run{12, 0, 0x420, {342'000, 340'000}}}) {
-        SCOPED_TRACE("module " + std::to_string(run.module));
+    for (const auto &[module, ports, counter, counts] :
+         {std::tuple{0u, 0x03u, 0x428u, std::array{302'000, 300'000}},
+          {1, 0x80, 0x428, {40'000, 40'000}},
+          {12, 0, 0x420, {342'000, 340'000}}}) {
+        SCOPED_TRACE("module " + std::to_string(module));
         rig r(sim::chip_tree("zt410").with_u32("/dram_config", "emi_clock", emi_clock));
         r.loaded();
-        only(r, run.module);
+        only(r, module);
         r.run({at_emi(1, {.read = 201, .write = 100}), at_emi(7, {.read = 40})});
-        expect_trace(trace_of_read(r, "bw_total"), expected_dram_trace(run));
+        expect_trace(trace_of_read(r, "bw_total"), dram_trace(ports, counter, counts));
     }
 }
 
@@ -348,21 +339,6 @@ TEST(port_trace, EMI_ports_run_six_at_a_time_on_two_channels) {
         expect_trace(trace_of_read(r, "bw_emi"), expected);
         EXPECT_EQ(r.peek("emi_cen1+0xf2c"), ports != 0 ? 0xf0000005u : 0x999u);
         EXPECT_EQ(trace_of_read(r, "bw_bus").size(), expected.size());
-    }
-}
-
-TEST(port_trace, broadcast_mode_reaches_as_many_channels_as_there_are) {
-    for (const auto &[channels, targets] : {std::pair{1u, 0x0u}, {2u, 0x2u}, {3u, 0x7f02u}}) {
-        SCOPED_TRACE(std::to_string(channels) + " channels");
-        rig r(sim::chip_tree("zt440").with_u32("/emi_arch", "emi_cnt", channels));
-        r.loaded();
-        r.machine().set_tracing(true);
-        r.write("bw_emi_lmt", std::to_string(channels) + " 2 1\n");
-        lines expected;
-        add_broadcast(expected, 0x7f7f, targets);
-        add(expected, "emi_cen0", "110?0:1 wmb");
-        add_broadcast(expected, false);
-        expect_trace(r.trace(), expected);
     }
 }
 
