@@ -22,18 +22,7 @@ TEST(concurrency, a_readout_of_a_limit_names_the_port_that_is_selected_in_the_en
 // While somebody else holds a lock, whoever needs it waits until it is killed, and whoever does not
 // comes through.
 TEST(concurrency, reports_exclude_each_other_and_limits_only_what_drives_the_EMI) {
-    struct meeting {
-        mutex &held;
-        std::vector<const char *> waiting;
-        std::vector<const char *> passing;
-    };
-    const meeting meetings[] = {
-        {ovk_measurement_mutex,
-         {"bw_total", "bw_larb", "bw_scomm", "bw_emi", "bw_bus"},
-         {"bw_emi_lmt", "bw_emi_timer", "bw_emi_ostd"}},
-        {ovk_emi_mutex,
-         {"bw_total", "bw_emi", "bw_bus", "bw_emi_lmt", "bw_emi_timer", "bw_emi_ostd"},
-         {"bw_larb", "bw_scomm"}}};
+    using names = std::vector<const char *>;
     rig r("zt410");
     r.loaded();
     const auto use = [&r](const std::string &attribute) {
@@ -41,15 +30,21 @@ TEST(concurrency, reports_exclude_each_other_and_limits_only_what_drives_the_EMI
                                                 : r.read_code(attribute);
     };
 
-    for (const meeting &each : meetings) {
-        ASSERT_EQ(ovk_kernel_mutex_lock_killable(&each.held), 0);
-        for (const char *attribute : each.waiting) {
+    for (const auto &[held, waiting, passing] :
+         {std::tuple{&ovk_measurement_mutex,
+                     names{"bw_total", "bw_larb", "bw_scomm", "bw_emi", "bw_bus"},
+                     names{"bw_emi_lmt", "bw_emi_timer", "bw_emi_ostd"}},
+          {&ovk_emi_mutex,
+           {"bw_total", "bw_emi", "bw_bus", "bw_emi_lmt", "bw_emi_timer", "bw_emi_ostd"},
+           {"bw_larb", "bw_scomm"}}}) {
+        ASSERT_EQ(ovk_kernel_mutex_lock_killable(held), 0);
+        for (const char *attribute : waiting) {
             EXPECT_EQ(r.killed([&] { return use(attribute); }), -4) << attribute;
         }
-        for (const char *attribute : each.passing) {
+        for (const char *attribute : passing) {
             EXPECT_GT(std::async(std::launch::async, use, attribute).get(), 0) << attribute;
         }
-        ovk_kernel_mutex_unlock(&each.held);
+        ovk_kernel_mutex_unlock(held);
     }
 }
 

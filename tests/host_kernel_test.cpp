@@ -89,11 +89,13 @@ TEST_F(host_kernel, rejects_improper_access_to_registers) {
     machine.set_tracing(true);
     ovk_kernel_writel(0xab, window + 0x10);
     EXPECT_EQ(ovk_kernel_readl_relaxed(window + 0x10), 0xabu);
+    EXPECT_EQ(ovk_kernel_readw_relaxed(window + 0x10), 0xabu);
     ovk_kernel_wmb();
     ovk_kernel_writeq_relaxed(1, window + 0x10);
     ovk_kernel_usleep_range(3, 4);
-    EXPECT_EQ(r.trace(), (lines{"W32 unit+0x010 0x000000ab", "R32 unit+0x010 0x000000ab", "wmb",
-                                "W64 unit+0x010 0x0000000000000001", "sleep 3 4"}));
+    EXPECT_EQ(r.trace(), (lines{"W32 unit+0x010 0x000000ab", "R32 unit+0x010 0x000000ab",
+                                "R16 unit+0x010 0x00ab", "wmb", "W64 unit+0x010 0x0000000000000001",
+                                "sleep 3 4"}));
     EXPECT_EQ(oopses(), lines{});
 
     EXPECT_EQ(ovk_kernel_readq_relaxed(window + 0xfc), ~0ull);

@@ -51,28 +51,24 @@ TEST_F(host_text, that_is_too_long_is_cut_and_counted_whole) {
 }
 
 TEST_F(host_text, is_scanned_for_integers_as_by_the_kernel) {
-    struct row {
-        const char *input, *format;
-        std::vector<u32> values;
-    };
-    const row table[] = {
-        {"1 2 3 4\n", "%u %u %u %u", {1, 2, 3, 4}},
-        {"", "%u", {}},
-        {"-1", "%u", {}},
-        {"-1 - 1", "%d %d", {~0u}},
-        {"4294967298 18446744073709551619", "%u %u", {2, 3}},
-        {"ff 0xFf 0x xy", "%x %x %x %x", {255, 255, 0}},
-        {"10 20", "%x %u %u", {16, 20}},
-        {"0x10 010 08 9", "%i %i %i %i", {16, 8, 0, 8}},
-        {"1,2;3", "%u,%u,%u", {1, 2}},
-        {"7 8", "%d 0x%x", {7}},
-        {"12345", "%2u%1u%u", {12, 3, 45}},
-        {"skip 9", "%*s %u", {9}},
-    };
-    for (const auto &[input, format, values] : table) {
+    using numbers = std::vector<u32>;
+
+    for (const auto &[input, format, values] :
+         {std::tuple{"1 2 3 4\n", "%u %u %u %u", numbers{1, 2, 3, 4}},
+          {"", "%u", {}},
+          {"-1", "%u", {}},
+          {"-1 - 1", "%d %d", {~0u}},
+          {"4294967298 18446744073709551619", "%u %u", {2, 3}},
+          {"ff 0xFf 0x xy", "%x %x %x %x", {255, 255, 0}},
+          {"10 20", "%x %u %u", {16, 20}},
+          {"0x10 010 08 9", "%i %i %i %i", {16, 8, 0, 8}},
+          {"1,2;3", "%u,%u,%u", {1, 2}},
+          {"7 8", "%d 0x%x", {7}},
+          {"12345", "%2u%1u%u", {12, 3, 45}},
+          {"skip 9", "%*s %u", {9}}}) {
         constexpr u32 kept = 77;
-        std::vector<u32> expected = values;
-        std::vector<u32> got(4, kept);
+        numbers expected = values;
+        numbers got(4, kept);
         expected.resize(4, kept);
         EXPECT_EQ(ovk_kernel_sscanf(input, format, &got[0], &got[1], &got[2], &got[3]),
                   static_cast<int>(values.size()))

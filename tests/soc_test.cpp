@@ -100,20 +100,14 @@ class soc_chip : public bare_chip {};
 
 // The bank of the first FIFO begins at 0x1c246800.
 TEST_F(soc_chip, complains_of_accesses_that_a_block_does_not_have) {
-    const struct {
-        const char *place;
-        unsigned width;
-        const char *complaint;
-    } loads[] = {
-        {"larb1+0x410", 64, "larb1+0x410: 64-bit load, not for counter"},
-        {"larb1+0x600", 32, "larb1+0x600: 32-bit load, no register there"},
-        {"emi_cen0+0x420", 16, "emi_cen0+0x420: 16-bit load, not for all_ports_counter"},
-        {"0x1c2469c0", 32, "fifo_mvop_y+0x1c0: 32-bit load, not for enable"},
-        {"cpu_pri+0x1c", 32, "cpu_pri+0x1c: 32-bit load, not for range"},
-        {"miu2gmc0+0x00", 16, "miu2gmc0+0x0: 16-bit load, not for control"},
-        {"miu2gmc0+0x24", 32, "miu2gmc0+0x24: 32-bit load, no register there"},
-    };
-    for (const auto &[place, width, complaint] : loads) {
+    for (const auto &[place, width, complaint] :
+         {std::tuple{"larb1+0x410", 64u, "larb1+0x410: 64-bit load, not for counter"},
+          {"larb1+0x600", 32, "larb1+0x600: 32-bit load, no register there"},
+          {"emi_cen0+0x420", 16, "emi_cen0+0x420: 16-bit load, not for all_ports_counter"},
+          {"0x1c2469c0", 32, "fifo_mvop_y+0x1c0: 32-bit load, not for enable"},
+          {"cpu_pri+0x1c", 32, "cpu_pri+0x1c: 32-bit load, not for range"},
+          {"miu2gmc0+0x00", 16, "miu2gmc0+0x0: 16-bit load, not for control"},
+          {"miu2gmc0+0x24", 32, "miu2gmc0+0x24: 32-bit load, no register there"}}) {
         load(place, width);
         EXPECT_EQ(r->chip().take_complaints(), lines{complaint});
     }

@@ -126,22 +126,20 @@ TEST(startup, logs_every_step_and_publishes_all_attributes_in_order_again_and_ag
 }
 
 TEST(startup, fails_without_any_part_of_the_tree_that_it_needs) {
-    const struct {
-        std::string path;
-        lines properties;  // "": the node itself
-        progress reached;
-        const lines &messages;
-    } needs[] = {
-        {"/dram_config", {"", "bus_width", "dram_clock"}, at_start, no_dram_config},
-        {"/dram_config", {"dram_penalty", "emi_clock", "smi_clock"}, after_clock, no_dram_config},
-        {"/emi_arch", {"", "emi_cnt", "emi_port_cnt", "smi_common_cnt"}, after_probes, no_emi_arch},
-        {"/bw_modules", {""}, after_probes, no_list},
-        {"/bw_modules/bw_cpu", {"module-name"}, after_probes, bad_list},
-        {"/bw_modules/bw_hdmirx", {"domain", "module-id"}, after_vdec, bad_list},
-        {"/bw_modules/bw_bist", {"alignment"}, before_engines, bad_list}};
     const flat_tree tree = sim::chip_tree("zt420");
 
-    for (const auto &[path, properties, reached, messages] : needs) {
+    for (const auto &[path, properties, reached, messages] :
+         {std::tuple{std::string("/dram_config"), lines{"", "bus_width", "dram_clock"}, at_start,
+                     no_dram_config},
+          {"/dram_config", {"dram_penalty", "emi_clock", "smi_clock"}, after_clock, no_dram_config},
+          {"/emi_arch",
+           {"", "emi_cnt", "emi_port_cnt", "smi_common_cnt"},
+           after_probes,
+           no_emi_arch},
+          {"/bw_modules", {""}, after_probes, no_list},
+          {"/bw_modules/bw_cpu", {"module-name"}, after_probes, bad_list},
+          {"/bw_modules/bw_hdmirx", {"domain", "module-id"}, after_vdec, bad_list},
+          {"/bw_modules/bw_bist", {"alignment"}, before_engines, bad_list}}) {
         for (const std::string &name : properties) {
             SCOPED_TRACE(path + " " + name);
             expect_failure(
@@ -193,25 +191,20 @@ TEST(startup, fails_with_the_code_of_a_driver_that_cannot_be_registered) {
 }
 
 TEST(platform_configuration, takes_the_lowest_known_channel_frequency) {
-    const struct {
-        std::vector<std::uint32_t> channels;
-        std::uint32_t bus_width;
-        std::string clock;
-        std::string total;
-    } cases[] = {
-        {{0, 3200, 2666}, 16, "2666", "  5332"},
-        {{2133, 0, 3200}, 32, "2133", "  8532"},
-        {{0, 0}, 32, "3200", " 12800"},
-        {{2666}, 15, "2666", "  2666"},
-        {{2666}, 0xffffffff, "2666", "1073739158"},  // (2^29 - 1) * 2666 in 32 bits
-    };
+    using frequencies = std::vector<std::uint32_t>;
     const flat_tree tree = sim::chip_tree("zt420").without_property("/dramc", "channel-freq");
 
-    for (const auto &each : cases) {
-        rig r(tree.with_u32("/dram_config", "bus_width", each.bus_width), each.channels);
-        EXPECT_EQ(load(r)[0], "<6>chip dram clock:[" + each.clock + "]");
+    // The last total is (2^29 - 1) * 2666 in 32 bits.
+    for (const auto &[channels, bus_width, clock, total] :
+         {std::tuple{frequencies{0, 3200, 2666}, 16u, std::string("2666"), "  5332"},
+          {{2133, 0, 3200}, 32, "2133", "  8532"},
+          {{0, 0}, 32, "3200", " 12800"},
+          {{2666}, 15, "2666", "  2666"},
+          {{2666}, 0xffffffff, "2666", "1073739158"}}) {
+        rig r(tree.with_u32("/dram_config", "bus_width", bus_width), channels);
+        EXPECT_EQ(load(r)[0], "<6>chip dram clock:[" + clock + "]");
         r.write("simple_mon", "1");
-        const std::string line = "\nTotal     : " + each.total + " MB/s (100%)";
+        const std::string line = std::string("\nTotal     : ") + total + " MB/s (100%)";
         EXPECT_NE(r.read("bw_total").find(line), std::string::npos) << line;
     }
 }
