@@ -4,7 +4,7 @@
 
 #include <optional>
 
-#include "tests/rig.h"
+#include "tests/block_trace.h"
 
 namespace tests {
 
@@ -18,7 +18,6 @@ inline const source audio{source_kind::larb_port, 1, 5, {0, 400, 50, 0, 100, 4, 
 class bare_chip : public testing::Test {
   protected:
     using numbers = std::vector<std::uint64_t>;
-    using settings = std::vector<std::pair<const char *, std::uint64_t>>;
 
     bare_chip() { power_on(board()); }
     void TearDown() override { EXPECT_EQ(r->chip().take_complaints(), lines{}); }
@@ -35,27 +34,29 @@ class bare_chip : public testing::Test {
     void power_on(devicetree::flat_tree tree) {
         r.reset();
         r.emplace(std::move(tree));
-        store("effi_monitor0+0x0c", 0x1f10);
+        play("effi_monitor0", "c=1f10");
     }
 
-    std::uint64_t address(const std::string &place) { return r->simulator().address_of(place); }
-    void store(const std::string &place, std::uint64_t value, unsigned width = 32) {
-        r->chip().store(address(place), width, value);
-    }
-    void store(const settings &all) {
-        for (const auto &[place, value] : all) {
-            store(place, value);
+    // Stores, loads what must be there, and lets time pass.
+    [[gnu::format(printf, 3, 4)]] void play(const std::string &block, const char *format, ...) {
+        va_list values;
+
+        va_start(values, format);
+        for (const host::trace_entry &each : accesses(block, format, values)) {
+            const std::string start = block.starts_with("0x") ? block : block + "+0x0";
+            const std::uint64_t address = r->simulator().address_of(start) + each.offset;
+            if (each.what == host::trace_entry::kind::sleep) {
+                pass(each.min_us);
+            } else if (each.what == host::trace_entry::kind::write) {
+                r->chip().store(address, each.width, each.value);
+            } else {
+                EXPECT_EQ(r->chip().load(address, each.width), each.value) << each.text();
+            }
         }
+        va_end(values);
     }
-    std::uint64_t load(const std::string &place, unsigned width = 32) {
-        return r->chip().load(address(place), width);
-    }
-    numbers loads(const lines &places) {
-        numbers values;
-        for (const std::string &place : places) {
-            values.push_back(load(place));
-        }
-        return values;
+    std::uint64_t load(const std::string &place) {
+        return r->chip().load(r->simulator().address_of(place), 32);
     }
     void run(std::vector<source> sources) { r->chip().set_scenario({"", std::move(sources), {}}); }
     void pass(std::uint64_t us) { r->machine().elapse(us); }
@@ -67,27 +68,18 @@ class bare_chip : public testing::Test {
 
     // MB/s at a larb's port: in bytes, or in 16 bytes with the mode of one direction.
     std::uint64_t at_larb(const std::string &larb, std::uint32_t port, std::uint32_t mode = 0x400) {
-        store(larb + "+0x404", 1);
-        store(larb + "+0x40c", mode);
-        store(larb + "+0x408", port);
-        store(larb + "+0x400", 1);
-        pass(1000);
-        store(larb + "+0x400", 0);
+        play(larb, "404=1 40c=%x 408=%x 400=1 ~1000 400=0", mode, port);
         return mode == 0x400 ? load(larb + "+0x410") / 1000 : load(larb + "+0x418") * 16 / 1000;
     }
     // A run of efficiency monitor 0 to its end: burst, efficiency, ultra, pre-ultra.
     numbers efficiency(std::uint32_t value, std::uint32_t mask) {
-        store({{"effi_monitor0+0x00", 1}, {"effi_monitor0+0x00", 0}, {"effi_monitor0+0x08", mask}});
-        store("effi_monitor0+0x00", 0x8 | std::uint64_t{value} << 32, 64);
-        store("effi_monitor0+0x00", 0x18);
-        pass(800);
-        EXPECT_EQ(load("effi_monitor0+0x34"), 1u);
+        play("effi_monitor0", "0=1 0=0 8=%x q0=%x00000008 0=18 ~800 34?1", mask, value);
         return results();
     }
     numbers results() {
         numbers all;
         for (std::uint32_t selector = 0; selector < 4; ++selector) {
-            store("effi_monitor0+0x00", 0x18 | selector << 6);
+            play("effi_monitor0", "0=%x", 0x18 | selector << 6);
             all.push_back(load("effi_monitor0+0x2c"));
         }
         return all;

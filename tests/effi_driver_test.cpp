@@ -26,6 +26,19 @@ const std::map<std::string, std::vector<row>> rows_of_chip = {
     {"zt440", {{{15, 30}, {42, 56}, {62, 75}, {74, 84}, {77, 86}, {80, 87}, {81, 88}, {82, 90}}}},
 };
 
+// Index of the row that the frequencies select. Without channels the tree's clock counts.
+const struct {
+    const char *soc;
+    std::vector<std::uint32_t> channels;
+    std::uint32_t tree_clock;
+    std::size_t index;
+} choices[] = {
+    {"zt410", {3200}, 4266, 0},       {"zt420", {2666}, 3200, 0}, {"zt420", {2133}, 2666, 2},
+    {"zt420", {3200, 2666}, 2133, 1}, {"zt420", {}, 2133, 2},     {"zt420", {2133, 3200}, 2133, 1},
+    {"zt420", {0, 0}, 2133, 2},       {"zt420", {}, 3200, 1},     {"zt420", {1234}, 2133, 0},
+    {"zt430", {2666, 2666}, 3200, 0}, {"zt430", {3200}, 2666, 1}, {"zt440", {}, 3200, 0},
+};
+
 // The row's words, one monitor after the other.
 lines stores_of(rig &r, const row &words) {
     lines trace;
@@ -42,24 +55,8 @@ lines stores_of(rig &r, const row &words) {
 
 }  // namespace
 
-// Chip, frequencies of the channels and of the tree, which counts without channels, and the index
-// of the row that they select.
 TEST(effi_driver, writes_the_row_of_the_highest_channel_frequency_in_order) {
-    using frequencies = std::vector<std::uint32_t>;
-
-    for (const auto &[soc, channels, tree_clock, index] :
-         {std::tuple{"zt410", frequencies{3200}, 4266u, 0u},
-          {"zt420", {2666}, 3200, 0},
-          {"zt420", {2133}, 2666, 2},
-          {"zt420", {3200, 2666}, 2133, 1},
-          {"zt420", {}, 2133, 2},
-          {"zt420", {2133, 3200}, 2133, 1},
-          {"zt420", {0, 0}, 2133, 2},
-          {"zt420", {}, 3200, 1},
-          {"zt420", {1234}, 2133, 0},
-          {"zt430", {2666, 2666}, 3200, 0},
-          {"zt430", {3200}, 2666, 1},
-          {"zt440", {}, 3200, 0}}) {
+    for (const auto &[soc, channels, tree_clock, index] : choices) {
         SCOPED_TRACE(std::string(soc) + " at " + testing::PrintToString(channels) + " or " +
                      std::to_string(tree_clock));
         rig r(sim::chip_tree(soc)

@@ -10,13 +10,8 @@ class soc_controls : public bare_chip {
   protected:
     // MB/s at an EMI port of one channel.
     std::uint64_t at_emi(const std::string &channel, std::uint32_t port) {
-        store(channel + "+0x400", 0);
-        store(channel + "+0x060", 1u << 30);
-        store(channel + "+0x404", 800'000);
-        store(channel + "+0xf00", 7 | 1u << (8 + port));
-        store(channel + "+0xf2c", 0xf0000000);
-        store(channel + "+0x400", 1);
-        pass(1000);
+        play(channel, "400=0 60=40000000 404=%x f00=%x f2c=f0000000 400=1 ~1000", 800'000,
+             7 | 1u << (8 + port));
         return load(channel + "+0x428") * 8 / 1000;
     }
 };
@@ -29,25 +24,25 @@ TEST_F(soc_controls, of_a_larb_slow_down_give_priority_to_or_mask_a_port) {
         return numbers{all[2], all[3]};
     };
     run({video, audio});
-    store("larb1+0x210", 16);
+    play("larb1", "210=10");
     EXPECT_EQ(at_larb("larb1", 4), 256u);
     EXPECT_EQ(at_larb("larb1", 4, 0x204), 185'000u / 16 * 16 / 1000);
     EXPECT_EQ(at_emi("emi_cen0", 2) + at_emi("emi_cen1", 2), 656u);
-    store("larb1+0x210", 0);
+    play("larb1", "210=0");
     EXPECT_EQ(at_larb("larb1", 4), 1130u);
 
     EXPECT_EQ(priorities(4), (numbers{205, 359}));
-    store("larb1+0x7c", 1u << 4 | 1u << 5);
+    play("larb1", "7c=30");
     EXPECT_EQ(priorities(4), (numbers{0, 1024}));
-    store("larb1+0x78", 1u << 4);
+    play("larb1", "78=10");
     EXPECT_EQ(priorities(4), (numbers{1024, 0})) << "ultra wins";
     EXPECT_EQ(priorities(5), (numbers{0, 1024}));
 
-    store("miu2gmc1+0x40", 1u << 4);
+    play("miu2gmc1", "40=10");
     EXPECT_EQ(at_larb("larb1", 4), 0u);
     EXPECT_EQ(at_larb("larb1", 5), 400u);
     EXPECT_EQ(at_emi("emi_cen0", 2), 200u);
-    store("miu2gmc1+0x40", 0);
+    play("miu2gmc1", "40=0");
     EXPECT_EQ(at_larb("larb1", 4), 1130u);
 }
 
@@ -56,18 +51,18 @@ TEST_F(soc_controls, of_a_larb_slow_down_give_priority_to_or_mask_a_port) {
 // 310 * 495 / 710 = 216 and audio the rest.
 TEST_F(soc_controls, bandwidth_limit_caps_one_channel_and_the_sources_share_what_is_left) {
     run({video, audio});
-    store("emi_cen0+0x110", 0xff0000c0 | 3);
+    play("emi_cen0", "110=ff0000c3");
     EXPECT_EQ(at_emi("emi_cen0", 2), 300u);
     EXPECT_EQ(at_emi("emi_cen1", 2), 765u);
     EXPECT_EQ(at_larb("larb1", 4), 570u + 216);
     EXPECT_EQ(at_larb("larb1", 5), 279u);
-    store("emi_cen0+0x110", 0);
+    play("emi_cen0", "110=0");
     EXPECT_EQ(at_larb("larb1", 5), 400u);
 
     run({source{source_kind::emi_port, 0, 1, {600, 200, 90}}});
-    store("emi_cen0+0x108", 1);
+    play("emi_cen0", "108=1");
     EXPECT_EQ(at_emi("emi_cen0", 1), 400u) << "port 1 goes by port 0's limit";
-    store("emi_cen0+0x100", 1);
+    play("emi_cen0", "100=1");
     EXPECT_EQ(at_emi("emi_cen0", 1), 100u);
 }
 
@@ -75,7 +70,7 @@ TEST_F(soc_controls, bandwidth_limit_caps_one_channel_and_the_sources_share_what
 // those of port 2.
 TEST_F(soc_controls, outstanding_limit_of_the_emi_slows_one_direction_down) {
     run({video, audio});
-    store({{"emi_cen1+0xd0", 0x2u << 20}, {"emi_cen1+0xd4", 0x1u << 20}});
+    play("emi_cen1", "d0=200000 d4=100000");
     EXPECT_EQ(at_emi("emi_cen1", 2), 410u + 288);
     EXPECT_EQ(at_emi("emi_cen0", 2), 765u);
     EXPECT_EQ(at_larb("larb1", 4, 0x204), 820'000u / 16 * 16 / 1000);
@@ -89,12 +84,8 @@ class soc_generator : public soc_controls {
   protected:
     // A pass of so many units of 16 bytes.
     void generate(std::uint32_t command, std::uint32_t units, std::uint32_t pattern = 0xa5a5) {
-        store({{"miu2gmc0+0x00", 0},
-               {"miu2gmc0+0x0c", units & 0xffff},
-               {"miu2gmc0+0x10", units >> 16},
-               {"miu2gmc0+0x14", pattern},
-               {"miu2gmc0+0x00", command},
-               {"miu2gmc0+0x00", command | 1}});
+        play("miu2gmc0", "0=0 c=%x 10=%x 14=%x 0=%x 0=%x", units & 0xffff, units >> 16, pattern,
+             command, command | 1);
     }
     std::uint64_t control() { return load("miu2gmc0+0x00"); }
     std::uint64_t control_after(std::uint64_t us) {
@@ -112,13 +103,13 @@ TEST_F(soc_generator, takes_its_time_and_is_traffic_meanwhile) {
         EXPECT_EQ(control_after(us - 1), command | 1);
         EXPECT_EQ(control_after(1), 0x8001u | command);
     }
-    store("miu2gmc0+0x00", 0);
+    play("miu2gmc0", "0=0");
     EXPECT_EQ(control(), 0u);
     generate(0x208, 0x10000000);
     EXPECT_EQ(at_larb("larb0", 31, 0x208), 1600u);
     EXPECT_EQ(at_larb("larb0", 31, 0x204), 0u);
     EXPECT_EQ(at_emi("emi_cen1", 2), 800u);
-    store("miu2gmc0+0x00", 0);
+    play("miu2gmc0", "0=0");
     EXPECT_EQ(at_larb("larb0", 31), 0u);
     generate(0x208, 10'000);
     EXPECT_EQ(at_larb("larb0", 31), 160u);
@@ -126,17 +117,14 @@ TEST_F(soc_generator, takes_its_time_and_is_traffic_meanwhile) {
 }
 
 TEST_F(soc_generator, starts_with_a_whole_pair_only) {
-    store("miu2gmc0+0x0c", 1);
-    for (const std::uint32_t value : {0x109, 0x108, 0x209, 0x108, 0x108, 0x408, 0x409}) {
-        store("miu2gmc0+0x00", value);
-        EXPECT_EQ(control_after(1), value);
-    }
+    play("miu2gmc0", "c=1 0=109 ~1 0?109 0=108 ~1 0?108 0=209 ~1 0?209 0=108 ~1 0?108");
+    play("miu2gmc0", "0=108 ~1 0?108 0=408 ~1 0?408 0=409 ~1 0?409");
     generate(0x108, 0);
     EXPECT_EQ(control(), 0x8109u);
 }
 
 TEST_F(soc_generator, fails_on_stuck_bits_of_its_pattern_and_is_never_done_when_it_hangs) {
-    store("miu2gmc0+0x80", 0x0010);
+    play("miu2gmc0", "80=10");
     generate(0x108, 1, 0xa5a5);
     EXPECT_EQ(control_after(1), 0x8109u);
     generate(0x108, 1, 0x5a5a);
@@ -150,16 +138,16 @@ TEST_F(soc_generator, fails_on_stuck_bits_of_its_pattern_and_is_never_done_when_
 
 // At 16 transactions, 256 MB/s, 160,000 bytes take 625 us. After 125 us 128,000 are left.
 TEST_F(soc_generator, takes_longer_behind_a_limit_and_for_ever_behind_a_mask) {
-    store("larb0+0x27c", 16);
+    play("larb0", "27c=10");
     generate(0x108, 10'000);
     EXPECT_EQ(next_event(), 625u);
     pass(125);
-    store("larb0+0x27c", 0);
+    play("larb0", "27c=0");
     EXPECT_EQ(next_event(), 80u);
-    store("miu2gmc0+0x40", 1u << 31);
+    play("miu2gmc0", "40=80000000");
     EXPECT_EQ(next_event(), std::nullopt);
     EXPECT_EQ(control_after(1'000'000), 0x109u);
-    store("miu2gmc0+0x40", 0);
+    play("miu2gmc0", "40=0");
     EXPECT_EQ(control_after(80), 0x8109u);
 }
 
@@ -167,18 +155,18 @@ TEST_F(soc_generator, takes_longer_behind_a_limit_and_for_ever_behind_a_mask) {
 TEST_F(soc_generator, loops_until_the_bit_is_cleared_and_ends_the_pass) {
     for (const bool gen1 : {false, true}) {
         SCOPED_TRACE(gen1 ? "older register" : "newer register");
-        const char *loop = gen1 ? "miu2gmc0+0x1c" : "miu2gmc0+0x20";
-        const char *other = gen1 ? "miu2gmc0+0x20" : "miu2gmc0+0x1c";
+        const unsigned loop = gen1 ? 0x1c : 0x20;
+        const unsigned other = gen1 ? 0x20 : 0x1c;
         if (gen1) {
             power_on(board().with_property("/bw_modules/bw_bist", "loop-mode-gen1", ""));
         }
-        store(other, 0x10);
+        play("miu2gmc0", "%x=10", other);
         generate(0x108, 1);
         EXPECT_EQ(control_after(1), 0x8109u);
-        store(loop, 0x10);
+        play("miu2gmc0", "%x=10", loop);
         generate(0x108, 10'000);
         EXPECT_EQ(control_after(1030), 0x109u);
-        store(loop, 0);
+        play("miu2gmc0", "%x=0", loop);
         EXPECT_EQ(next_event(), 70u);
         EXPECT_EQ(control_after(70), 0x8109u);
     }
@@ -187,22 +175,21 @@ TEST_F(soc_generator, loops_until_the_bit_is_cleared_and_ends_the_pass) {
 // The banks of MVOP, whose port is the video's, and of FRC, which has a group in each of two parts.
 // 1130 - 256 = 874 MB/s of the video are missing, then 1130 with the port masked.
 TEST_F(soc_controls, fifo_is_not_done_while_its_module_is_held_back) {
-    const lines mvop = {"0x1c246940", "0x1c2469c8"};
-    const lines frc = {"0x1c248140", "0x1c2481c8"};
+    const std::string mvop = "0x1c246800";
+    const std::string frc = "0x1c248000";
     run({video, audio, source{source_kind::larb_port, 6, 1, {500, 0, 80}}});
-    store({{"larb1+0x210", 16}, {"larb6+0x204", 16}, {"0x1c2481c0", 1}});
-    EXPECT_EQ(loads(mvop), (numbers{0, 0})) << "not switched on";
-    EXPECT_EQ(loads(frc), (numbers{244, 4}));
-    store("0x1c2469c0", 1);
-    EXPECT_EQ(loads(mvop), (numbers{874, 4}));
-    store("miu2gmc1+0x40", 1u << 4);
-    EXPECT_EQ(loads(mvop), (numbers{1130, 4}));
-    store({{"miu2gmc1+0x40", 0}, {"larb1+0x210", 0}});
-    EXPECT_EQ(loads(mvop), (numbers{0, 0}));
+    play("larb1", "210=10");
+    play("larb6", "204=10");
+    play(mvop, "140?0 1c8?0");
+    play(frc, "1c0=1 140?%x 1c8?4", 244);
+    play(mvop, "1c0=1 140?%x 1c8?4", 874);
+    play("miu2gmc1", "40=10");
+    play(mvop, "140?%x 1c8?4", 1130);
+    play("miu2gmc1", "40=0");
+    play("larb1", "210=0");
+    play(mvop, "140?0 1c8?0");
     r->chip().set_scenario({"", {}, {{"fifo_mvop_y", 0x140, 1}, {"fifo_mvop_y", 0x1c8, 4}}});
-    pass(1000);
-    store("0x1c2469c0", 0);
-    EXPECT_EQ(loads(mvop), (numbers{1, 4})) << "set by the scenario";
+    play(mvop, "~1000 1c0=0 140?1 1c8?4");
 }
 
 }  // namespace

@@ -9,31 +9,22 @@ namespace {
 class soc_monitors : public bare_chip {};
 
 TEST_F(soc_monitors, efficiency_needs_arming_time_configuration_and_power) {
-    const lines done_and_result = {"effi_monitor0+0x34", "effi_monitor0+0x2c"};
+    const numbers nothing(4);
     run({video});
-    store("effi_monitor0+0x00", 0x10);
+    play("effi_monitor0", "0=10");
     EXPECT_EQ(next_event(), std::nullopt) << "not armed";
-    store({{"effi_monitor0+0x00", 0x08}, {"effi_monitor0+0x00", 0x58}});
+    play("effi_monitor0", "0=8 0=58");
     EXPECT_EQ(next_event(), 800u);
-    pass(799);
-    EXPECT_EQ(loads(done_and_result), (numbers{0, 0}));
-    pass(1);
-    EXPECT_EQ(loads(done_and_result), (numbers{1, 78}));
-    store("effi_monitor0+0x00", 0x48);
-    EXPECT_EQ(load("effi_monitor0+0x2c"), 78u);
-    store({{"effi_monitor0+0x00", 0x01}, {"effi_monitor0+0x00", 0x00}});
-    pass(10'000);
-    EXPECT_EQ(load("effi_monitor0+0x34"), 0u);
-    EXPECT_EQ(results(), (numbers{0, 0, 0, 0})) << "reset";
+    play("effi_monitor0", "~799 34?0 2c?0 ~1 34?1 2c?%x 0=48 2c?%x", 78, 78);
+    play("effi_monitor0", "0=1 0=0 ~10000 34?0");
+    EXPECT_EQ(results(), nothing) << "reset";
     r->chip().power_lost();
-    EXPECT_EQ(load("effi_monitor0+0x0c"), 0u);
-    EXPECT_EQ(efficiency(0, 0), (numbers{0, 0, 0, 0})) << "not configured";
-    store("effi_monitor0+0x28", 0x5d58);
+    play("effi_monitor0", "c?0");
+    EXPECT_EQ(efficiency(0, 0), nothing) << "not configured";
+    play("effi_monitor0", "28=5d58");
     EXPECT_EQ(efficiency(0, 0)[1], 78u);
     EXPECT_TRUE(r->chip().hang("effi_monitor0"));
-    store({{"effi_monitor0+0x00", 0x08}, {"effi_monitor0+0x00", 0x18}});
-    pass(1'000'000);
-    EXPECT_EQ(load("effi_monitor0+0x34"), 0u) << "hangs";
+    play("effi_monitor0", "0=8 0=18 ~1000000 34?0");
     EXPECT_FALSE(r->chip().hang("effi_monitor99"));
 }
 
@@ -42,58 +33,31 @@ class soc_channels : public bare_chip {
   protected:
     void start(bool broadcast) {
         run({video, source{source_kind::emi_port, 0, 8, {1001, 0, 90}}});
-        store({{"emi_dispatch0+0x100", broadcast ? 0x7f7f : 0},
-               {"emi_dispatch0+0x104", broadcast ? 0x2 : 0},
-               {"emi_cen0+0x060", 0x40000000},
-               {"emi_cen0+0x400", 0},
-               {"emi_cen0+0x404", 800'000},
-               {"emi_cen0+0xf00", 0x407},
-               {"emi_cen0+0xf14", 0x10007},
-               {"emi_cen0+0xf2c", 0xf0000000},
-               {"emi_cen0+0xf40", 0xf0000000},
-               {"emi_cen0+0x400", 1}});
+        play("emi_dispatch0", broadcast ? "100=7f7f 104=2" : "100=0 104=0");
+        play("emi_cen0", "60=40000000 400=0 404=%x f00=407 f14=10007", 800'000);
+        play("emi_cen0", "f2c=f0000000 f40=f0000000 400=1");
     }
 };
-
-TEST_F(soc_channels, run_and_stop_together_by_broadcast) {
-    start(true);
-    pass(999);
-    EXPECT_EQ(load("emi_cen0+0x400"), 1u);
-    pass(5);
-    EXPECT_EQ(loads({"emi_cen0+0x400", "emi_cen0+0x428", "emi_cen0+0xf1c", "emi_cen0+0x420"}),
-              (numbers{5, 565'000 / 8, 501'000 / 8, 1'066'000 / 8}));
-    EXPECT_EQ(loads({"emi_cen1+0x400", "emi_cen1+0x428", "emi_cen1+0xf1c", "emi_cen1+0x420"}),
-              (numbers{5, 565'000 / 8, 500'000 / 8, 1'065'000 / 8}));
-    store("emi_cen0+0x400", 0);
-    EXPECT_EQ(loads({"emi_cen1+0x400", "emi_cen1+0x428"}), (numbers{0, 565'000 / 8}));
-}
 
 // Channel 1's window ends where SMI common 0 begins.
 TEST_F(soc_channels, get_what_is_broadcast_within_their_window_alone) {
     const std::string window("\0\0\0\0\x1c\x45\xfc\0\0\0\0\0\0\0\x04\0", 16);
     power_on(board().with_property("/soc/emi_cen1@1c441000", "reg", window));
     start(true);
-    store("emi_cen0+0x100", 7);
-    EXPECT_EQ(load("emi_cen1+0x100"), 7u);
+    play("emi_cen0", "100=7");
+    play("emi_cen1", "100?7");
     EXPECT_EQ(r->peek("smi_common0+0x00"), 0u);
     EXPECT_EQ(r->peek("smi_common0+0x04"), 0u);
 }
 
 TEST_F(soc_channels, run_alone_without_broadcast_and_count_only_when_enabled) {
     start(false);
-    pass(1000);
-    EXPECT_EQ(load("emi_cen0+0x428"), 565'000u / 8);
-    EXPECT_EQ(loads({"emi_cen1+0x400", "emi_cen1+0x428"}), (numbers{0, 0}));
-    store("emi_cen0+0x060", 0, 64);
-    store("emi_cen0+0x400", 0);
-    store("emi_cen0+0x400", 1 | 800'000ull << 32, 64);
-    pass(1000);
-    EXPECT_EQ(loads({"emi_cen0+0x400", "emi_cen0+0x420"}), (numbers{5, 0}));
-    store("emi_cen0+0x400", 0, 64);
-    store("emi_cen0+0x400", 1);
-    EXPECT_EQ(load("emi_cen0+0x400"), 5u) << "a run of no cycles is done";
+    play("emi_cen0", "~1000 428?%x", 565'000 / 8);
+    play("emi_cen1", "400?0 428?0");
+    play("emi_cen0", "q60=0 400=0 q400=%x00000001 ~1000 400?5 420?0", 800'000);
+    play("emi_cen0", "q400=0 400=1 400?5");
     EXPECT_TRUE(r->chip().hang("emi_cen0"));
-    EXPECT_EQ(load("emi_cen0+0x400"), 1u);
+    play("emi_cen0", "400?1");
 }
 
 class soc_chip : public bare_chip {};
@@ -108,10 +72,10 @@ TEST_F(soc_chip, complains_of_accesses_that_a_block_does_not_have) {
           {"cpu_pri+0x1c", 32, "cpu_pri+0x1c: 32-bit load, not for range"},
           {"miu2gmc0+0x00", 16, "miu2gmc0+0x0: 16-bit load, not for control"},
           {"miu2gmc0+0x24", 32, "miu2gmc0+0x24: 32-bit load, no register there"}}) {
-        load(place, width);
+        r->chip().load(r->simulator().address_of(place), width);
         EXPECT_EQ(r->chip().take_complaints(), lines{complaint});
     }
-    store("larb1+0x410", 0, 64);
+    play("larb1", "q410=0");
     EXPECT_EQ(r->chip().take_complaints(), lines{"larb1+0x410: 64-bit store, not for counter"});
 }
 

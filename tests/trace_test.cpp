@@ -65,7 +65,7 @@ void add_effi_run(lines &trace, const effi_run &run) {
 
 // One window of 16 ms of a larb's monitor, after the two stores that choose what it counts.
 void add_larb_run(lines &trace, const char *larb, const char *choice) {
-    add(trace, larb, "404=1 %s wmb 400=1 ~16000-16000 400=0", choice);
+    add(trace, larb, "404=1 %s wmb 400=1 ~16000 400=0", choice);
 }
 
 void add_broadcast(lines &trace, bool on) {
@@ -315,7 +315,7 @@ TEST(port_trace, common_ports_are_read_all_and_written_all_before_efficiencies_a
     for (const std::uint32_t direction : {0u, 1u}) {
         for (std::uint32_t port = 0; port < 3; port++) {
             const bool moves = direction == 1 && port != 1;
-            add(expected, "smi_common1", "1a4=1 1b0=%x 1ac=%x wmb 1a0=1 ~16000-16000 1a0=0",
+            add(expected, "smi_common1", "1a4=1 1b0=%x 1ac=%x wmb 1a0=1 ~16000 1a0=0",
                 port << 4 | 1, direction);
             add(expected, "smi_common1", "1cc?%x 1dc?%x", moves ? 100'000 : 0, moves ? 150 : 0);
         }
