@@ -2,25 +2,33 @@
 #include <gtest/gtest.h>
 
 #include "ovk/tests/top_figures.h"
+#include "ovk/top/numbers.h"
 
 namespace ovk::tests {
 
 namespace {
 
+using names = std::vector<std::string>;
 using top::badge;
 using top::dashboard;
 using top::wish;
 
-std::vector<std::string> names_in(const dashboard &shown) {
-    std::vector<std::string> names;
+names names_in(const dashboard &shown) {
+    names found;
     for (const top::module_row &each : shown.modules()) {
-        names.push_back(*each.figures.name);
+        found.push_back(*each.figures.name);
     }
-    return names;
+    return found;
 }
 
-top::news with_time(std::optional<std::uint32_t> time_ms) {
-    return {.state = {.time_ms = time_ms}};
+// "NAME CHANGE BASELINE" of every row.
+names changes_in(const dashboard &shown) {
+    names changes;
+    for (const top::module_row &each : shown.modules()) {
+        changes.push_back(*each.figures.name + " " + top::change_text(each.change_mbps) + " " +
+                          top::change_text(each.from_baseline_mbps));
+    }
+    return changes;
 }
 
 }  // namespace
@@ -28,7 +36,7 @@ top::news with_time(std::optional<std::uint32_t> time_ms) {
 TEST(top_badge, tells_whether_figures_are_whole_and_new) {
     const std::string time_out = "kernel log: [OVK_BW]EMI monitor time out";
     const struct {
-        std::vector<std::string> reasons;
+        names reasons;
         std::int64_t age_ns;
         badge expected;
     } cases[] = {{{}, 0, badge::ok},
@@ -74,51 +82,33 @@ TEST(top_badge, is_stale_after_a_failure_but_not_in_a_pause_or_during_a_long_swe
     EXPECT_EQ(shown.badge_at(1031 * s), badge::stale);
 }
 
-TEST(top_change, is_known_only_between_two_sweeps_that_know_the_module) {
+TEST(top_changes, are_known_between_sweeps_that_know_the_module) {
     dashboard shown("x", s);
-    const auto change = [&](std::size_t row) { return shown.modules().at(row).change_mbps; };
     shown.add(sweep_of({module_of("A", 0, 100)}), 0);
-    EXPECT_EQ(change(0), std::nullopt);
+    EXPECT_EQ(changes_in(shown), names{"A - -"});
+    shown.press('b');
     shown.add(sweep_of({module_of("A", 0, 70), module_of("B", 1, 5)}), s);
-    EXPECT_EQ(change(0), -30);
-    EXPECT_EQ(change(1), std::nullopt);
+    EXPECT_EQ(changes_in(shown), (names{"A -30 -30", "B - -"}));
     EXPECT_EQ(shown.sum().change_mbps, 0);
     shown.add(sweep_of({module_of("A", 0, {}), module_of("B", 1, 25)}), s);
-    EXPECT_EQ(change(0), std::nullopt);
-    EXPECT_EQ(change(1), 20);
+    EXPECT_EQ(changes_in(shown), (names{"A - -", "B +20 -"}));
     shown.add(failed_sweep(), s);
-    EXPECT_EQ(change(1), 20);
-    shown.add(sweep_of({module_of("A", 0, 1), module_of("B", 1, 30)}), s);
-    EXPECT_EQ(change(1), std::nullopt);
-}
-
-TEST(top_baseline, is_what_b_pins_until_B_takes_it_away) {
-    dashboard shown("x", s);
-    const auto difference = [&] { return shown.modules().at(0).from_baseline_mbps; };
-    shown.add(sweep_of({module_of("A", 0, 100)}), 0);
-    EXPECT_EQ(difference(), std::nullopt);
-    shown.press('b');
-    EXPECT_EQ(difference(), 0);
-    for (const std::uint64_t bus : {50, 160}) {
-        shown.add(sweep_of({module_of("A", 0, bus)}), 0);
-    }
-    EXPECT_EQ(difference(), 60);
+    EXPECT_EQ(changes_in(shown), (names{"A - -", "B +20 -"}));
+    shown.add(sweep_of({module_of("A", 0, 101), module_of("B", 1, 30)}), s);
+    EXPECT_EQ(changes_in(shown), (names{"A - +1", "B - -"}));
     shown.press('B');
-    EXPECT_EQ(difference(), std::nullopt);
+    EXPECT_EQ(changes_in(shown), (names{"A - -", "B - -"}));
 }
 
 // Two modules may have one name; the simple view has no ids.
-TEST(top_modules, are_told_apart_by_name_and_by_id_where_there_is_one) {
+TEST(top_changes, are_those_of_name_and_id_where_there_is_one) {
     dashboard shown("x", s);
     shown.add(sweep_of({module_of("A", 0, 10), module_of("A", 1, 20), module_of("B", 2, 30)}), 0);
     shown.add(sweep_of({module_of("A", 1, 21), module_of("B", {}, 33), module_of("C", 2, 1)}), 0);
-    EXPECT_EQ(shown.modules().at(0).change_mbps, 1);
-    EXPECT_EQ(shown.modules().at(1).change_mbps, 3);
-    EXPECT_EQ(shown.modules().at(2).change_mbps, std::nullopt);
+    EXPECT_EQ(changes_in(shown), (names{"A +1 -", "B +3 -", "C - -"}));
 }
 
 TEST(top_order, goes_through_all_columns_and_keeps_the_selected_module) {
-    using names = std::vector<std::string>;
     dashboard shown("x", s);
     shown.add(sweep_of({module_of("D", 0, 5), module_of("B", 1, 9), module_of("REF_EMI", 9, 99),
                         module_of("C", 2, {}, {}), module_of("A", 3, 7, 60)}),
@@ -169,7 +159,7 @@ TEST(top_time, steps_up_and_down_once_it_is_known) {
                  {20, '+', 32}, {20, '-', 16}, {1024, '+', 1024}, {1, '-', 1},   {9999, '-', 1024}};
     for (const auto &each : cases) {
         dashboard shown("x", s);
-        shown.add(with_time(each.now), 0);
+        shown.add({.state = {.time_ms = each.now}}, 0);
         const wish wanted = shown.press(each.key);
         EXPECT_EQ(wanted.what, wish::set_time);
         EXPECT_EQ(wanted.time_ms, each.wanted) << each.key << each.now.value_or(0);
