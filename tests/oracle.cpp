@@ -68,6 +68,7 @@ struct passage {
     static uint64_t count_of(uint32_t percent) { return (percent * 1024 + 99) / 100; }
 
     uint64_t rate() const { return read + write; }
+    uint64_t bus() const { return bus_of(rate(), efficiency); }
 
     uint64_t read = 0;
     uint64_t write = 0;
@@ -95,15 +96,9 @@ struct figures {
 };
 
 // What the EMI report says of a port.
-struct emi_figures {
-    uint64_t bus() const { return bus_of(data, efficiency); }
-    std::string text() const { return words(data, efficiency, burst + 1, bus(), latency); }
-
-    uint64_t data = 0;
-    uint64_t efficiency = 0;
-    uint64_t burst = 0;
-    uint64_t latency = 0;
-};
+std::string emi_text(const passage &of) {
+    return words(of.rate(), of.efficiency, of.burst + 1, of.bus(), of.latency);
+}
 
 }  // namespace
 
@@ -350,19 +345,19 @@ struct oracle::chip {
     }
     // Of some channels, one after the other. One monitor watches a port for all of them; the first
     // reader resets it.
-    emi_figures at_channels(uint32_t port, uint32_t first, uint32_t count) const {
-        emi_figures result;
+    passage at_channels(uint32_t port, uint32_t first, uint32_t count) const {
+        passage all;
         for (uint32_t channel = first; channel < first + count; channel++) {
             const passage seen = monitors_at_emi() && channel == 0 ? at_emi(port) : passage();
-            result.data += channel_rate(port, channel);
-            result.efficiency += monitors_at_emi() ? seen.efficiency : 70;
-            result.burst += seen.burst;
-            result.latency += latency(port, channel);
+            all.read += channel_rate(port, channel);
+            all.efficiency += monitors_at_emi() ? seen.efficiency : 70;
+            all.burst += seen.burst;
+            all.latency += latency(port, channel);
         }
-        result.efficiency /= count;
-        result.burst /= count;
-        result.latency /= count;
-        return result;
+        for (uint64_t *sum : {&all.efficiency, &all.burst, &all.latency}) {
+            *sum /= count;
+        }
+        return all;
     }
 
     const devicetree::flat_tree &tree;
@@ -474,9 +469,9 @@ lines oracle::emi_total() const {
     uint64_t bus = 0;
 
     for (const uint32_t port : chip_->emi_ports()) {
-        const emi_figures all = chip_->at_channels(port, 0, chip_->channels());
-        report.push_back(words(port, all.text()));
-        data += all.data;
+        const passage all = chip_->at_channels(port, 0, chip_->channels());
+        report.push_back(words(port, emi_text(all)));
+        data += all.rate();
         bus += all.bus();
     }
     report.push_back(words("ALL", data, quotient(data * 100, bus), "-", bus, "-"));
@@ -489,7 +484,7 @@ lines oracle::emi_detail() const {
     for (uint32_t channel = 0; channel < chip_->channels(); channel++) {
         report.push_back(number_of("CENTRAL_EMI ", channel));
         for (const uint32_t port : chip_->emi_ports()) {
-            report.push_back(words(port, chip_->at_channels(port, channel, 1).text()));
+            report.push_back(words(port, emi_text(chip_->at_channels(port, channel, 1))));
         }
     }
     return report;
