@@ -1,38 +1,44 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// A simulated chip with its registers at hand, and writes that go wrong when the test wants it.
+// A simulated chip as a source, with the chip itself at hand, and reads and writes that go wrong
+// when the test wants it.
 #pragma once
 
-#include <cerrno>
 #include <functional>
 
 #include "ovk/source/source.h"
-#include "sim/simulator.h"
+#include "tests/oracle.h"
+#include "tests/rig.h"
 
 namespace ovk::tests {
 
 class chip_source : public source {
   public:
-    explicit chip_source(const std::string &soc)
-        : simulator_({.tree = sim::chip_tree(soc), .soc = soc, .dram_freq = {}}) {
-        machine().load();
-        machine().take_log();
+    explicit chip_source(const std::string &soc, const std::string &scenario = "")
+        : chip_source(sim::chip_tree(soc), soc, scenario) {}
+    // Of a device tree that was changed: that chip's scenario all the same.
+    chip_source(devicetree::flat_tree tree, const std::string &soc, const std::string &scenario)
+        : soc_(soc), rig_(std::move(tree)) {
+        rig_.loaded();
+        if (!scenario.empty()) {
+            chip().set_scenario(sim::find_scenario(soc, scenario));
+        }
     }
 
     std::string name() const override { return "chip"; }
     answer read(std::string_view attribute) override {
-        host::read_result came = machine().read(attribute);
-        return {came.text, came.code < 0 ? int(-came.code) : 0, 0, 0};
+        const std::int64_t start = now();
+        before_read();
+        const host::read_result came = machine().read(attribute);
+        return {came.text, errno_of(came.code), start, now()};
     }
     answer write(std::string_view attribute, std::string_view text) override {
-        ++writes;
-        if (before_write) {
-            before_write();
-        }
-        if (fails && fails(writes)) {
-            return {"", EIO, 0, 0};
-        }
-        const long code = machine().write(attribute, text);
-        return {"", code < 0 ? int(-code) : 0, 0, 0};
+        const int error = on_write(++writes);
+        return {"", error != 0 ? error : errno_of(machine().write(attribute, text)), 0, 0};
+    }
+    // "ATTRIBUTE TEXT"
+    void set(const std::string &setting) {
+        const std::size_t blank = setting.find(' ');
+        write(setting.substr(0, blank), setting.substr(blank + 1));
     }
     std::vector<std::string> log() override {
         std::vector<std::string> lines;
@@ -42,7 +48,8 @@ class chip_source : public source {
         return shows_log ? lines : std::vector<std::string>();
     }
     bool has_log() override { return shows_log; }
-    std::int64_t now() override { return 0; }
+    void wait_until(std::int64_t) override {}  // nothing passes but what reports take
+    std::int64_t now() override { return static_cast<std::int64_t>(machine().now_us()) * 1000; }
     std::vector<std::string> attributes() override {
         std::vector<std::string> names;
         for (const host::attribute_info &each : machine().attributes()) {
@@ -51,29 +58,38 @@ class chip_source : public source {
         return names;
     }
     std::string fact(std::string_view what) override {
-        return what == "chip_compatible" ? "quorix," + simulator_.soc() : "";
+        return what == "chip_compatible" ? "quorix," + soc_ : "";
     }
 
-    // "larb3+0x200"
-    std::uint32_t peek(const std::string &place) {
-        return std::uint32_t(simulator_.chip().peek(simulator_.address_of(place), 32));
+    // By larb and port, in the order of the modules that are behind them.
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> larb_ports() {
+        std::vector<std::pair<std::uint32_t, std::uint32_t>> all;
+        for (const devicetree::node *module : ::tests::modules_of(tree())) {
+            for (const auto &[is_larb, larb, ports] : ::tests::port_groups_of(*module)) {
+                for (const std::uint32_t port : is_larb ? ports : std::vector<std::uint32_t>()) {
+                    all.emplace_back(larb, port);
+                }
+            }
+        }
+        return all;
     }
-    void poke(const std::string &place, std::uint32_t value) {
-        simulator_.chip().poke(simulator_.address_of(place), 32, value);
-    }
-    void run(const std::string &scenario) { simulator_.set_scenario(scenario); }
-    void hang(const std::string &block) { simulator_.chip().hang(block); }
+
+    ::tests::rig &rig() { return rig_; }
+    sim::chip_bus &chip() { return rig_.chip(); }
+    host::machine &machine() { return rig_.machine(); }
     const devicetree::flat_tree &tree() { return machine().tree(); }
 
+    std::function<void()> before_read = [] {};  // may throw
+    // Called with the number of each write, from 1. The write fails with the errno that it returns.
+    std::function<int(std::size_t)> on_write = [](std::size_t) { return 0; };
     std::size_t writes = 0;
-    std::function<bool(std::size_t)> fails;  // whether the write of this number does, from 1
     bool shows_log = true;
-    std::function<void()> before_write;
 
   private:
-    host::machine &machine() { return simulator_.machine(); }
+    static int errno_of(long code) { return code < 0 ? static_cast<int>(-code) : 0; }
 
-    sim::simulator simulator_;
+    std::string soc_;
+    ::tests::rig rig_;
 };
 
 }  // namespace ovk::tests

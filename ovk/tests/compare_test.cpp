@@ -1,10 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-#include <gtest/gtest.h>
-
-#include <cerrno>
-#include <nlohmann/json.hpp>
-
-#include "ovk/compare/statistics.h"
+#include "ovk/report/render.h"
 #include "ovk/tests/hand_made.h"
 #include "ovk/tests/program.h"
 
@@ -12,128 +7,90 @@ namespace ovk::tests {
 
 namespace {
 
-using numbers = std::vector<double>;
-using json = nlohmann::json;
-
-constexpr auto unknown = std::nullopt;
-
-// A recording of bw_bus; below 0 stands for a run that timed out.
-std::string usage_recording(const scratch &files, const std::string &name,
-                            const std::vector<int> &percents) {
-    std::vector<operation> reads;
-    for (const int each : percents) {
-        reads.push_back({.attribute = "bw_bus",
-                         .came = each < 0 ? answer{"", ETIMEDOUT, 0, 0}
-                                          : answer{std::to_string(each) + "%\n", 0, 0, 0}});
+// "-" stands for a run that timed out.
+std::string usages(const scratch &files, const std::string &name, const std::string &percents) {
+    std::vector<operation> sweeps;
+    for (const std::string &each : words_in(percents)) {
+        sweeps.push_back(each == "-" ? timed_out_bus
+                                     : operation{.attribute = "bw_bus", .came = {each + "%\n"}});
     }
-    return recording_of(files, name, reads);
+    return recording_of(files, name, sweeps);
 }
 
-json row_with(const json &result, const json &wanted) {
-    for (const json &row : result["figures"]) {
-        json merged = row;
-        merged.update(wanted);
-        if (merged == row) {
-            return row;
+testing::AssertionResult has_row(const json &result, const json &wanted) {
+    for (json row : result["figures"]) {
+        const json before = row;
+        row.update(wanted);
+        if (row == before) {
+            return testing::AssertionSuccess();
         }
     }
-    ADD_FAILURE() << "no row " << wanted;
-    return {};
+    return testing::AssertionFailure() << "no row " << wanted << " in: " << result;
 }
 
 }  // namespace
 
-// Halves of seven values have three each, the fourth stands alone.
-TEST(compare, has_the_median_and_the_distance_of_the_quartiles) {
-    const struct {
-        numbers values;
-        std::optional<double> median;
-        std::optional<double> spread;
-    } cases[] = {
-        {{}, unknown, unknown},
-        {{7}, 7, unknown},
-        {{0}, 0, unknown},
-        {{9, 4}, 6.5, 5},
-        {{10, 30, 20}, 20, 20},
-        {{1, 2, 3, 100}, 2.5, 50},               // (3 + 100) / 2 - (1 + 2) / 2
-        {{5, 1, 4, 2, 3}, 3, 3},                 // 4.5 - 1.5
-        {{70, 10, 60, 20, 50, 30, 40}, 40, 40},  // 60 - 20
-        {{8, 8, 8, 8, 8, 8, 8, 9000}, 8, 0},
-    };
-
-    for (const auto &each : cases) {
-        const summary found = summary_of(each.values);
-        EXPECT_EQ(found.count, each.values.size());
-        EXPECT_EQ(found.median, each.median) << each.values.size();
-        EXPECT_EQ(found.spread, each.spread) << each.values.size();
-    }
-}
-
+// The spread is the distance between the medians of both halves, to neither of which the middle
+// value of an odd number belongs.
 TEST(compare, tells_a_change_from_the_spread_and_by_how_much_it_is_too_large) {
     const struct {
-        const char *what;
-        summary before;
-        summary after;
-        std::optional<double> limit;
-        change_of_figure expected;
+        const char *before;
+        const char *after;
+        const char *limit;
+        const char *values;
     } cases[] = {
-        {"grown", {4, 200, 4}, {4, 212, 8}, 5, {12, 6, true, true}},
-        {"at the limit", {4, 200, 4}, {4, 210, 8}, 5, {10, 5, true, false}},
-        {"no limit", {4, 200, 4}, {4, 400, 8}, unknown, {200, 100, true, false}},
-        {"within A's spread", {4, 200, 12}, {4, 212, 0}, 5, {12, 6, false, false}},
-        {"within B's spread", {4, 200, 0}, {4, 212, 13}, 5, {12, 6, false, false}},
-        {"fallen", {4, 200, 4}, {4, 100, 8}, 0, {-100, -50, true, false}},
-        {"the same", {4, 200, 0}, {4, 200, 0}, 0, {0, 0, false, false}},
-        {"from nothing", {4, 0, 0}, {4, 1, 0}, 5, {1, unknown, true, true}},
-        {"nothing", {4, 0, 0}, {4, 0, 0}, 5, {0, unknown, false, false}},
-        {"seen once", {1, 200, unknown}, {4, 212, 0}, 5, {12, 6, unknown, true}},
-        {"unknown before", {}, {4, 212, 0}, 5, {}},
-        {"unknown now", {4, 200, 0}, {}, 5, {}},
+        {"70 10 60 20 50 30 40", "1 2 3 100", "", "7 40.0 40.0 4 2.5 50.0 -37.5 -93.8 false false"},
+        {"5 1 4 2 3", "8 8 8 8 8 8 9000", "", "5 3.0 3.0 7 8.0 0.0 5.0 166.7 true false"},
+        {"9 4", "10 30 20", "", "2 6.5 5.0 3 20.0 20.0 13.5 207.7 false false"},
+        {"0", "7", "", "1 0.0 null 1 7.0 null 7.0 null null false"},
+        {"198 202", "208 216", "5%", "2 200.0 4.0 2 212.0 8.0 12.0 6.0 true true"},
+        {"198 202", "206 214", "5", "2 200.0 4.0 2 210.0 8.0 10.0 5.0 true false"},
+        {"198 202", "206 214", "4.9%", "2 200.0 4.0 2 210.0 8.0 10.0 5.0 true true"},
+        {"194 206", "212 212", "5", "2 200.0 12.0 2 212.0 0.0 12.0 6.0 false false"},
+        {"200 - 200", "206 212 219", "5", "2 200.0 0.0 3 212.0 13.0 12.0 6.0 false false"},
+        {"198 202", "96 104", "0", "2 200.0 4.0 2 100.0 8.0 -100.0 -50.0 true false"},
+        {"3 3", "3 3", "0", "2 3.0 0.0 2 3.0 0.0 0.0 0.0 false false"},
+        {"0 0", "1 1", "5", "2 0.0 0.0 2 1.0 0.0 1.0 null true true"},
+        {"0 0", "0 0", "5", "2 0.0 0.0 2 0.0 0.0 0.0 null false false"},
+        {"200", "212 212", "5", "1 200.0 null 2 212.0 0.0 12.0 6.0 null true"},
+        {"-", "212 212", "5", "0 null null 2 212.0 0.0 null null null false"},
+        {"200 200", "-", "5", "2 200.0 0.0 0 null null null null null false"},
     };
+    const lines members = words_in(
+        "report module block port figure a_count a_median a_spread b_count b_median b_spread "
+        "difference difference_percent beyond_spread exceeded");
+    const scratch files;
 
-    for (const auto &each : cases) {
-        const change_of_figure found = change_between(each.before, each.after, each.limit);
-        EXPECT_EQ(found.difference, each.expected.difference) << each.what;
-        EXPECT_EQ(found.percent, each.expected.percent) << each.what;
-        EXPECT_EQ(found.beyond_spread, each.expected.beyond_spread) << each.what;
-        EXPECT_EQ(found.exceeded, each.expected.exceeded) << each.what;
+    for (const auto &[before, after, limit, values] : cases) {
+        const std::string limited = *limit == '\0' ? "" : " --max-increase " + std::string(limit);
+        const outcome came = ovk_with("compare --format json " + usages(files, "a", before) + " " +
+                                      usages(files, "b", after) + limited);
+        json expected = {"bus", nullptr, nullptr, nullptr, "usage_percent"};
+        for (const std::string &each : words_in(values)) {
+            expected.push_back(json::parse(each));
+        }
+        const json row = json::parse(came.out)["figures"].at(0);
+        for (std::size_t i = 0; i < members.size(); ++i) {
+            EXPECT_EQ(row.at(members[i]), expected.at(i)) << values << ": " << members[i];
+        }
+        EXPECT_EQ(came.status, row["exceeded"] ? 1 : 0) << values;
     }
 }
 
-// Medians 50 and 54, 8 % more; spreads 1.5 (51 - 49.5) and 2 (55 - 53).
-TEST(compare, ends_with_status_1_when_a_limit_is_exceeded) {
+TEST(compare, takes_recordings_and_limits_only) {
     const scratch files;
-    const std::string a = usage_recording(files, "a", {50, 52, -1, 49, 50, 50});
-    const std::string b = usage_recording(files, "b", {53, 54, 55});
-    const auto compare = [&](std::vector<std::string> options) {
-        options.insert(options.begin(), {"compare", a, b});
-        return ovk_with(options);
-    };
-
-    const json result = json::parse(compare({"--format", "json"}).out);
-    EXPECT_EQ(result["figures"],
-              json::parse(R"([{"report": "bus", "module": null, "block": null, "port": null,
-                  "figure": "usage_percent", "a_count": 5, "a_median": 50.0, "a_spread": 1.5,
-                  "b_count": 3, "b_median": 54.0, "b_spread": 2.0, "difference": 4.0,
-                  "difference_percent": 8.0, "beyond_spread": true, "exceeded": false}])"));
-    EXPECT_EQ(result["a"]["reads"], 6);
+    const std::string compare = "compare " + usages(files, "a", "1 -") + " ";
+    const json result = json::parse(ovk_with(compare + files.path("a") + " --format json").out);
+    EXPECT_EQ(result["a"]["reads"], 2);
     EXPECT_EQ(result["a"]["failed"], 1);
-    const struct {
-        std::vector<std::string> options;
-        int status;
-    } cases[] = {{{}, 0},
-                 {{"--max-increase", "8%"}, 0},
-                 {{"--max-increase", "7.9%"}, 1},
-                 {{"--max-increase", "5"}, 1},
-                 {{"--max-increase", "-5%"}, 2},
-                 {{"--max-increase", "some"}, 2},
-                 {{"--max-increase", "nan"}, 2},
-                 {{"--format", "xml"}, 2}};
-    for (const auto &each : cases) {
-        EXPECT_EQ(compare(each.options).status, each.status) << each.options.back();
+    EXPECT_EQ(ovk_with(compare + files.path("none")).status, 3);
+    for (const char *wrong :
+         {"--max-increase -5%", "--max-increase some", "--max-increase nan", "--format xml"}) {
+        EXPECT_EQ(ovk_with(compare + files.path("a ") + wrong).status, 2) << wrong;
     }
-    EXPECT_EQ(ovk_with({"compare", a, files.path("none")}).status, 3);
-    EXPECT_EQ(compare({"--format", "csv"}).out,
+    EXPECT_EQ(ovk_with("compare --format csv " + usages(files, "a", "50 52 49 50 50") + " " +
+                       usages(files, "b", "53 54 55"))
+                  .out,
               "report,module,block,port,figure,a_count,a_median,a_spread,b_count,b_median,b_spread,"
               "difference,difference_percent,beyond_spread,exceeded\n"
               "bus,,,,usage_percent,5,50.0,1.5,3,54.0,2.0,4.0,8.0,true,false\n");
@@ -142,52 +99,52 @@ TEST(compare, ends_with_status_1_when_a_limit_is_exceeded) {
 // The simple view has no data bandwidths; and the 0 of a run that timed out is no measurement.
 TEST(compare, counts_what_a_report_does_not_have_as_unknown) {
     const scratch files;
-    const auto view = [](const std::string &mbps, std::vector<std::string> log) {
-        return operation{.attribute = "bw_total",
-                         .came = {"CPU       : " + mbps + " MB/s\n", 0, 0, 0},
-                         .log = std::move(log)};
+    const auto cpu = [](unsigned mbps, const lines &log) {
+        return operation{.attribute = "bw_total", .came = {simple_row("CPU", mbps)}, .log = log};
     };
-    const std::string file = recording_of(
-        files, "r",
-        {view("   100", {}), view("     0", {"[OVK_BW]EMI monitor time out"}), view("   300", {})});
-    const json result = json::parse(ovk_with({"compare", file, file, "--format", "json"}).out);
+    const std::string file =
+        recording_of(files, "r", {cpu(100, {}), cpu(0, timed_out_bus.log.value()), cpu(300, {})});
+    const json result = json::parse(ovk_with("compare --format json " + file + " " + file).out);
 
-    const json bus = row_with(result, {{"module", "CPU"}, {"figure", "bus_mbps"}});
-    EXPECT_EQ(bus["a_count"], 2);
-    EXPECT_EQ(bus["a_median"], 200);
-    EXPECT_EQ(bus["a_spread"], 200);
-    EXPECT_EQ(bus["difference"], 0);
-    const json data = row_with(result, {{"module", "CPU"}, {"figure", "data_mbps"}});
-    EXPECT_EQ(data["a_count"], 0);
-    EXPECT_TRUE(data["a_median"].is_null() && data["difference"].is_null());
+    EXPECT_TRUE(has_row(result, {{"module", "CPU"},
+                                 {"figure", "bus_mbps"},
+                                 {"a_count", 2},
+                                 {"a_median", 200},
+                                 {"a_spread", 200},
+                                 {"difference", 0}}));
+    EXPECT_TRUE(has_row(result, {{"module", "CPU"},
+                                 {"figure", "data_mbps"},
+                                 {"a_count", 0},
+                                 {"a_median", nullptr},
+                                 {"difference", nullptr}}));
     EXPECT_EQ(result["a"]["incomplete"], 3);
 }
 
 // What docs/tuning.md says of the same traffic.
 TEST(compare, tells_modules_and_ports_of_all_reports_apart) {
     const scratch files;
-    const auto record = [&](const std::string &scenario, const std::string &to) {
-        EXPECT_EQ(ovk_with({"-s", "sim:zt410," + scenario, "record", "-o", files.path(to),
-                            "--count", "2", "--reports", "total,larb,scomm,emi,bus"})
+    for (const std::string scenario : {"playback", "overload"}) {
+        ASSERT_EQ(ovk_with("-s sim:zt410," + scenario + " record --count 2 --reports " +
+                           "total,larb,scomm,emi,bus -o " + files.path(scenario))
                       .status,
                   0);
-    };
-    record("playback", "a");
-    record("overload", "b");
-    const outcome came =
-        ovk_with({"compare", files.path("a"), files.path("b"), "--format", "json"});
-    const json result = json::parse(came.out);
+    }
+    const std::string compare = "compare " + files.path("playback") + " " + files.path("overload");
+    const json result = json::parse(ovk_with(compare + " --format json").out);
 
     EXPECT_EQ(result["a"]["incomplete"], 0);
-    EXPECT_EQ(row_with(result, {{"module", "SUM"}, {"figure", "bus_mbps"}})["b_median"], 19095);
-    EXPECT_EQ(row_with(result, {{"module", "FRC"}, {"figure", "bus_mbps"}})["b_median"], 3482);
-    const json larb = row_with(result, {{"module", "GOP"}, {"block", "larb 7"}, {"port", 1}});
-    EXPECT_EQ(larb["a_count"], 2);
-    row_with(result, {{"block", "SMI common 0 in"}, {"port", 0}, {"figure", "write_mbps"}});
-    row_with(result, {{"block", "all EMI channels"}, {"port", 7}, {"figure", "latency_ns"}});
-    row_with(result, {{"report", "bus"}, {"figure", "usage_percent"}});
-    EXPECT_NE(ovk_with({"compare", files.path("a"), files.path("b")}).out.find("figures:"),
-              std::string::npos);
+    const json rows[] = {
+        {{"module", "SUM"}, {"figure", "bus_mbps"}, {"b_median", 19095}},
+        {{"module", "FRC"}, {"figure", "bus_mbps"}, {"b_median", 3482}},
+        {{"module", "GOP"}, {"block", "larb 7"}, {"port", 1}, {"a_count", 2}},
+        {{"block", "SMI common 0 in"}, {"port", 0}, {"figure", "write_mbps"}},
+        {{"block", "all EMI channels"}, {"port", 7}, {"figure", "latency_ns"}},
+        {{"report", "bus"}, {"figure", "usage_percent"}},
+    };
+    for (const json &row : rows) {
+        EXPECT_TRUE(has_row(result, row));
+    }
+    EXPECT_TRUE(has(ovk_with(compare).out, "figures:"));
 }
 
 }  // namespace ovk::tests

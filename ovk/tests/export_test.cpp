@@ -1,9 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // What other programs are given: metrics, trace events, and the page.
-#include <gtest/gtest.h>
-
-#include <cerrno>
-
 #include "ovk/plot/page.h"
 #include "ovk/report/trace_events.h"
 #include "ovk/tests/hand_made.h"
@@ -49,8 +45,8 @@ TEST(openmetrics, has_base_units_and_leaves_out_what_is_not_known) {
         "file:" +
         recording_of(files, "r",
                      {simple_view(0, simple_row("a\"b\\c", 12) + simple_row("D", 0), 83)});
-    const outcome came = ovk_with(
-        {"-s", view, "report", "total", "--format", "openmetrics", "-o", files.path("ovk.prom")});
+    const outcome came =
+        ovk_with("-s " + view + " report total --format openmetrics -o " + files.path("ovk.prom"));
     const std::string metric = "ovk_total_modules_bus_bytes_per_second";
     const std::string text = files.content("ovk.prom");
 
@@ -59,24 +55,19 @@ TEST(openmetrics, has_base_units_and_leaves_out_what_is_not_known) {
               "# TYPE " + metric + " gauge\n# UNIT " + metric + " bytes_per_second\n# HELP " +
                   metric + " Bandwidth of the memory bus that the data occupy\n" + metric +
                   "{module=\"a\\\"b\\\\c\"} 12000000\n" + metric + "{module=\"D\"} 0\n");
-    EXPECT_NE(text.find("\novk_total_usage_ratio 0.83\n"), std::string::npos) << text;
-    EXPECT_NE(text.find("\novk_total_usage_slack_ratio 0.5\n"), std::string::npos) << text;
+    EXPECT_TRUE(has(text, "\novk_total_usage_ratio 0.83\n"));
+    EXPECT_TRUE(has(text, "\novk_total_usage_slack_ratio 0.5\n"));
     EXPECT_TRUE(text.ends_with("\novk_total_complete 1\n# EOF\n")) << text;
-    EXPECT_EQ(text.find("efficiency"), std::string::npos);
-    EXPECT_EQ(ovk_with({"-s", view, "report", "total", "-o", files.path("no/file")}).status, 2);
+    EXPECT_FALSE(has(text, "efficiency"));
+    EXPECT_EQ(ovk_with("-s " + view + " report total -o /none/file").status, 2);
 }
 
 TEST(openmetrics, tells_the_ports_of_all_blocks_apart) {
-    const outcome came =
-        ovk_with({"-s", "sim:zt410", "report", "limits", "--format", "openmetrics"});
+    const std::string text = ovk_with("-s sim:zt410 report limits --format openmetrics").out;
 
-    EXPECT_NE(came.out.find("\novk_limits_emi_read_timer{channel=\"0\",port=\"7\"} 0\n"),
-              std::string::npos)
-        << came.out;
-    EXPECT_NE(came.out.find("\novk_limits_larbs_outstanding_limit{larb=\"7\",port=\"1\"} "),
-              std::string::npos)
-        << came.out;
-    EXPECT_EQ(came.out.find("#2"), std::string::npos);
+    EXPECT_TRUE(has(text, "\novk_limits_emi_read_timer{channel=\"0\",port=\"7\"} 0\n"));
+    EXPECT_TRUE(has(text, "\novk_limits_larbs_outstanding_limit{larb=\"7\",port=\"1\"} "));
+    EXPECT_FALSE(has(text, "#2"));
 }
 
 TEST(replay, takes_no_later_sweep_for_a_simple_view_that_was_refused) {
@@ -94,10 +85,9 @@ TEST(replay, takes_no_later_sweep_for_a_simple_view_that_was_refused) {
 
 TEST(trace, has_a_slice_a_sweep_an_event_a_figure_and_instants_in_us_since_boot) {
     const scratch files;
-    const outcome came =
-        ovk_with({"export", recording_of(files, "r", three_sweeps()), "--format", "trace"});
-    const json trace = json::parse(came.out);
+    const std::string file = recording_of(files, "r", three_sweeps());
     std::map<std::string, std::vector<json>> events;
+    const json trace = json::parse(ovk_with("export --format trace " + file).out);
     for (const json &each : trace["traceEvents"]) {
         events[each["ph"]].push_back(each);
     }
@@ -121,13 +111,8 @@ TEST(trace, has_a_line_for_the_kernels_marker_for_each_figure) {
     report.modules = {{.name = "A|B", .bus_mbps = 12}, {.name = "C"}};
     report.usage.percent = 7;
     EXPECT_EQ(marker_lines(report, 42),
-              (std::vector<std::string>{"C|42|ovk.total.modules.A_B.bus_mbps|12",
-                                        "C|42|ovk.total.usage.percent|7"}));
-    const scratch files;
-    EXPECT_EQ(
-        ovk_with({"-s", "sim:zt430", "record", "-o", files.path("r"), "--count", "1", "--marker"})
-            .status,
-        3);
+              (lines{"C|42|ovk.total.modules.A_B.bus_mbps|12", "C|42|ovk.total.usage.percent|7"}));
+    EXPECT_EQ(ovk_with("-s sim:zt430 record --count 1 --marker -o /dev/null").status, 3);
 }
 
 TEST(plot, holds_each_figure_by_sweep_with_gaps_and_names_that_end_nothing) {
@@ -146,17 +131,18 @@ TEST(plot, holds_each_figure_by_sweep_with_gaps_and_names_that_end_nothing) {
     EXPECT_EQ(columns["events"].size(), 2u);
     EXPECT_EQ(columns["penalty_percent"], 85);
 
-    ASSERT_EQ(ovk_with({"plot", file, file, "--penalty", "85", "-o", files.path("p")}).status, 0);
+    ASSERT_EQ(ovk_with("plot " + file + " " + file + " --penalty 85 -o " + files.path("p")).status,
+              0);
     const std::string page = files.content("p");
     const std::string mark = "<script type=\"application/json\" id=\"recordings\">";
     const std::size_t start = page.find(mark) + mark.size();
     const std::string data = page.substr(start, page.find("</script>", start) - start);
     EXPECT_EQ(json::parse(data)["recordings"], json({columns, columns}));
     // Of the page's own elements; a library that is put in has none.
-    EXPECT_EQ(page.find("src="), std::string::npos);
-    EXPECT_EQ(page.find("href=\"http"), std::string::npos);
-    EXPECT_EQ(page.find("@DATA@"), std::string::npos);
-    EXPECT_EQ(ovk_with({"plot", files.path("none"), "-o", files.path("q")}).status, 3);
+    for (const char *foreign : {"src=", "href=\"http", "@DATA@"}) {
+        EXPECT_FALSE(has(page, foreign));
+    }
+    EXPECT_EQ(ovk_with("plot /none -o " + files.path("q")).status, 3);
     EXPECT_FALSE(std::filesystem::exists(files.path("q")));
 }
 

@@ -1,9 +1,24 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Recordings of simple views that a test makes up.
+// Recordings that a test makes up.
 #pragma once
+
+#include <cerrno>
+#include <tuple>
 
 #include "ovk/source/recording.h"
 #include "ovk/tests/scratch.h"
+
+namespace ovk {
+
+inline bool operator==(const operation &one, const operation &other) {
+    const auto fields = [](const operation &of) {
+        return std::tie(of.is_write, of.is_mark, of.attribute, of.written, of.came.text,
+                        of.came.error, of.came.start_ns, of.came.end_ns, of.log);
+    };
+    return fields(one) == fields(other);
+}
+
+}  // namespace ovk
 
 namespace ovk::tests {
 
@@ -25,13 +40,28 @@ inline operation simple_view(std::size_t second, const std::string &rows, unsign
             .log = std::vector<std::string>()};
 }
 
+const operation timed_out_bus = {.attribute = "bw_bus",
+                                 .came = {"", ETIMEDOUT, 0, 1},
+                                 .log = std::vector<std::string>{"[OVK_BW]EMI monitor time out"}};
+
+// Returns its path.
 inline std::string recording_of(const scratch &files, const std::string &name,
-                                const std::vector<operation> &operations) {
-    recording_writer writer(files.path(name), {.source = "made up"});
+                                const std::vector<operation> &operations,
+                                const recording_header &header = {.source = "made up"}) {
+    recording_writer writer(files.path(name), header);
     for (const operation &each : operations) {
         writer.add(each);
     }
     return files.path(name);
+}
+
+inline std::vector<operation> operations_of(const std::string &file) {
+    recording_reader reader(file);
+    std::vector<operation> found;
+    while (auto each = reader.next()) {
+        found.push_back(*each);
+    }
+    return found;
 }
 
 }  // namespace ovk::tests

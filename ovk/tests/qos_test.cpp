@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
-#include <gtest/gtest.h>
-
 #include <nlohmann/json.hpp>
 
-#include "ovk/base/failure.h"
 #include "ovk/qos/file.h"
 #include "ovk/tests/chip_source.h"
 #include "ovk/tests/program.h"
@@ -13,22 +10,18 @@ namespace ovk::tests {
 
 namespace {
 
-bool has(const std::string &text, const std::string &part) {
-    return text.find(part) != std::string::npos;
-}
+using nlohmann::json;
 
 // A chip is at its power-on state in every run of the program: the settings are in the file.
 class qos_command : public testing::Test {
   protected:
-    outcome qos(const std::vector<std::string> &words) {
-        std::vector<std::string> all = {"-s", "sim:zt410", "qos"};
-        all.insert(all.end(), words.begin(), words.end());
-        return ovk_with(all);
+    outcome qos(const std::string &command) {
+        return ovk_with("-s sim:zt410 qos " + command + " " + file);
     }
 
     void save_and_edit() {
-        ASSERT_EQ(qos({"save", file}).status, 0);
-        auto settings = nlohmann::json::parse(files.content("settings"));
+        ASSERT_EQ(qos("save").status, 0);
+        json settings = json::parse(files.content("settings"));
         settings["emi"][8 + 7]["bandwidth_limit"] = 3;
         settings["emi"][2]["write_timer"] = 0xa0;
         settings["emi"][5]["read_outstanding"] = 0x12;
@@ -62,80 +55,78 @@ constexpr const char *writes =
 }  // namespace
 
 TEST_F(qos_command, save_names_what_nothing_shows_in_the_file_and_to_the_user) {
-    const outcome saved = qos({"save", file});
-    const auto settings = nlohmann::json::parse(files.content("settings"));
+    const outcome saved = qos("save");
+    const json settings = json::parse(files.content("settings"));
+    std::string unreadable;
+    for (const json &each : settings["unreadable"]) {
+        unreadable += "ovk: not saved: " + each.get<std::string>() + "\n";
+    }
 
     EXPECT_EQ(saved.status, 0);
     EXPECT_EQ(saved.out, "");
+    EXPECT_TRUE(has(saved.err, unreadable));
     EXPECT_EQ(settings["ovk_qos"], 1);
     EXPECT_EQ(settings["chip_compatible"], "quorix,zt410");
     EXPECT_EQ(settings["emi"].size(), 2u * 8);
     EXPECT_EQ(settings["larbs"].size(), 8u * 32);
     EXPECT_EQ(settings["cpu_ranges"].size(), 3u);
-    for (const auto &each : settings["unreadable"]) {
-        EXPECT_TRUE(has(saved.err, "ovk: not saved: " + each.get<std::string>() + "\n"));
+    for (const char *each : {"masks of MIU2GMC ports", "the mode of the CPU ranges",
+                             "forced priorities of larb 6 ports 2-31"}) {
+        EXPECT_TRUE(has(unreadable, each));
     }
-    EXPECT_TRUE(has(saved.err, "masks of MIU2GMC ports"));
-    EXPECT_TRUE(has(saved.err, "the mode of the CPU ranges"));
-    EXPECT_TRUE(has(saved.err, "forced priorities of larb 6 ports 2-31"));
-    EXPECT_FALSE(has(saved.err, "EMI"));
+    EXPECT_FALSE(has(unreadable, "EMI"));
 }
 
 TEST_F(qos_command, diff_ends_with_status_1_when_something_differs) {
     save_and_edit();
-    const outcome differing = qos({"diff", file});
+    const outcome differing = qos("diff");
     EXPECT_EQ(differing.status, 1);
     EXPECT_EQ(differing.out, changes);
-    ASSERT_EQ(qos({"save", file}).status, 0);
-    const outcome same = qos({"diff", file});
+    ASSERT_EQ(qos("save").status, 0);
+    const outcome same = qos("diff");
     EXPECT_EQ(same.status, 0);
     EXPECT_EQ(same.out, "");
 }
 
 TEST_F(qos_command, restore_prints_what_it_changes_or_only_would) {
     save_and_edit();
-    const outcome dry = qos({"restore", file, "--dry-run", "--cpu-mode", "2"});
-    EXPECT_EQ(dry.status, 0) << dry.err;
+    const outcome dry = qos("restore --dry-run --cpu-mode 2");
+    EXPECT_TRUE(ends(dry, 0, "nothing shows the mode of the CPU ranges"));
     EXPECT_EQ(dry.out, writes);
-    EXPECT_TRUE(has(dry.err, "nothing shows the mode of the CPU ranges"));
-    const outcome done = qos({"restore", file});
+    const outcome done = qos("restore");
     EXPECT_EQ(done.status, 0) << done.err;
     EXPECT_EQ(done.out, changes);
 }
 
 TEST_F(qos_command, takes_no_file_that_is_none) {
-    ASSERT_EQ(qos({"save", file}).status, 0);
+    ASSERT_EQ(qos("save").status, 0);
     const std::string good = files.content("settings");
-    const auto with = [&](const nlohmann::json::json_pointer &place, const nlohmann::json &value) {
-        auto settings = nlohmann::json::parse(good);
-        settings[place] = value;
+    const auto with = [&](const char *place, const json &value) {
+        json settings = json::parse(good);
+        settings[json::json_pointer(place)] = value;
         return settings.dump();
     };
-    using at = nlohmann::json::json_pointer;
-    const struct {
-        std::string content;
-        const char *says;
-    } damages[] = {
+    const std::pair<std::string, const char *> damages[] = {
         {"", "no settings"},
         {"{}", "ovk_qos"},
         {good.substr(0, good.size() / 2), "no settings"},
-        {with(at("/ovk_qos"), 2), "its format is 2"},
-        {with(at("/emi/0/port"), -1), "below 0 or not whole"},
-        {with(at("/emi/0/read_timer"), 1.5), "below 0 or not whole"},
-        {with(at("/emi/0/read_timer"), "1"), "must be number"},
-        {with(at("/cpu_ranges/0/scope"), 3), "no settings"},
-        {with(at("/larbs"), nullptr), "no settings"},
+        {with("/ovk_qos", 2), "its format is 2"},
+        {with("/emi/0/port", -1), "below 0 or not whole"},
+        {with("/emi/0/read_timer", 1.5), "below 0 or not whole"},
+        {with("/emi/0/read_timer", "1"), "must be number"},
+        {with("/cpu_ranges/0/scope", 3), "no settings"},
+        {with("/larbs", nullptr), "no settings"},
     };
 
-    for (const auto &damage : damages) {
-        files.put("settings", damage.content);
-        const outcome came = qos({"diff", file});
-        EXPECT_EQ(came.status, 2) << damage.says;
-        EXPECT_TRUE(has(came.err, file) && has(came.err, damage.says)) << came.err;
+    for (const auto &[content, says] : damages) {
+        files.put("settings", content);
+        const outcome came = qos("diff");
+        EXPECT_TRUE(ends(came, 2, says));
+        EXPECT_TRUE(has(came.err, file));
     }
-    EXPECT_EQ(qos({"diff", files.path("none")}).status, 2);
-    EXPECT_EQ(qos({"save", files.path("no/folder")}).status, 2);
-    EXPECT_EQ(qos({}).status, 2);
+    for (const char *wrong : {"diff /none", "save /none/file", ""}) {
+        EXPECT_EQ(ovk_with(std::string("-s sim:zt410 qos ") + wrong).status, 2) << wrong;
+    }
 }
 
 TEST(qos, file_keeps_what_is_known_and_what_is_not) {

@@ -1,18 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-only
-#include <gtest/gtest.h>
-
 #include <nlohmann/json.hpp>
 
-#include "ovk/base/failure.h"
-#include "ovk/source/recorder.h"
+#include "ovk/tests/hand_made.h"
 #include "ovk/tests/program.h"
-#include "ovk/tests/scratch.h"
 
 namespace ovk::tests {
 
 namespace {
-
-using lines = std::vector<std::string>;
 
 lines lines_of(const std::string &text) {
     std::istringstream stream(text);
@@ -25,22 +19,19 @@ lines lines_of(const std::string &text) {
 
 // Every byte, also where it makes no UTF-8.
 std::string all_bytes() {
-    std::string bytes;
-    for (int each = 0; each < 256; ++each) {
-        bytes += static_cast<char>(each);
-    }
+    std::string bytes(256, '\0');
+    std::generate(bytes.begin(), bytes.end(), [next = 0]() mutable { return char(next++); });
     return bytes;
 }
-
-const std::string texts[] = {
-    "",     "plain\n",      "\x1b[4m \"quoted\"\r\n", "\xc3\xbc\xe2\x82\xac",
-    "\xff", "cut \xe2\x82", std::string(1, '\0'),     all_bytes()};
 
 // Operations with these texts, read and written, without a log, with an empty one and with a full.
 std::vector<operation> operations_with_texts() {
     std::vector<operation> all;
     std::int64_t time = 0;
-    for (const std::string &text : texts) {
+    for (const std::string &text :
+         {std::string(), std::string("plain\n"), std::string("\x1b[4m \"quoted\"\r\n"),
+          std::string("\xc3\xbc\xe2\x82\xac"), std::string("\xff"), std::string("cut \xe2\x82"),
+          std::string(1, '\0'), all_bytes()}) {
         all.push_back({.attribute = "a", .came = {text, 0, time, time + 5}, .log = lines{text}});
         all.push_back({.is_write = true,
                        .attribute = "a",
@@ -52,78 +43,49 @@ std::vector<operation> operations_with_texts() {
     return all;
 }
 
-bool same(const operation &one, const operation &other) {
-    return one.is_write == other.is_write && one.attribute == other.attribute &&
-           one.written == other.written && one.came.text == other.came.text &&
-           one.came.error == other.came.error && one.came.start_ns == other.came.start_ns &&
-           one.came.end_ns == other.came.end_ns && one.log == other.log;
-}
-
-std::vector<operation> operations_of(const std::string &file) {
-    recording_reader reader(file);
-    std::vector<operation> found;
-    while (auto each = reader.next()) {
-        found.push_back(*each);
+class recording : public testing::Test {
+  protected:
+    outcome record(const std::string &from, const std::string &options) {
+        return ovk_with("-s " + from + " record -o " + file + " " + options);
     }
-    return found;
-}
 
-int status_of_opening(const std::string &file) {
-    try {
-        operations_of(file);
-        return 0;
-    } catch (const failure &error) {
-        return static_cast<int>(error.status());
-    }
-}
+    const scratch files;
+    const std::string file = files.path("r");
+};
 
 }  // namespace
 
-TEST(recording, keeps_every_byte_time_error_and_message) {
-    const scratch files;
+TEST_F(recording, keeps_every_byte_time_error_and_message) {
+    const recording_header header = {.version = "7",
+                                     .source = "exec:\xff",
+                                     .facts = {{"kernel_release", "6.1"}},
+                                     .boot_ns = 42,
+                                     .utc = "2026-01-02T03:04:05Z",
+                                     .attributes = {"a", "b"},
+                                     .ip_config = {"\xfe", 0, 1, 2},
+                                     .settings = {{"cpupri", {"", 13, 3, 4}}},
+                                     .unreadable = {"mask"}};
     const std::vector<operation> all = operations_with_texts();
-    {
-        recording_writer writer(files.path("r"), {.version = "7",
-                                                  .source = "exec:\xff",
-                                                  .facts = {{"kernel_release", "6.1"}},
-                                                  .boot_ns = 42,
-                                                  .utc = "2026-01-02T03:04:05Z",
-                                                  .attributes = {"a", "b"},
-                                                  .ip_config = {"\xfe", 0, 1, 2},
-                                                  .settings = {{"cpupri", {"", 13, 3, 4}}},
-                                                  .unreadable = {"mask"}});
-        for (const operation &each : all) {
-            writer.add(each);
-        }
-        EXPECT_EQ(writer.bytes(), files.content("r").size());
-    }
+    recording_of(files, "r", all, header);
 
-    const recording_reader reader(files.path("r"));
-    EXPECT_EQ(reader.header().version, "7");
-    EXPECT_EQ(reader.header().source, "exec:\xff");
-    EXPECT_EQ(reader.header().facts.at("kernel_release"), "6.1");
-    EXPECT_EQ(reader.header().facts.at("module_version"), "");
-    EXPECT_EQ(reader.header().boot_ns, 42);
-    EXPECT_EQ(reader.header().utc, "2026-01-02T03:04:05Z");
-    EXPECT_EQ(reader.header().attributes, (lines{"a", "b"}));
-    EXPECT_EQ(reader.header().ip_config.text, "\xfe");
-    EXPECT_EQ(reader.header().settings.at("cpupri").error, 13);
-    EXPECT_EQ(reader.header().unreadable, lines{"mask"});
-    const auto found = operations_of(files.path("r"));
-    ASSERT_EQ(found.size(), all.size());
-    for (std::size_t i = 0; i < all.size(); ++i) {
-        EXPECT_TRUE(same(found[i], all[i])) << i;
-    }
+    EXPECT_EQ(operations_of(file), all);
+    EXPECT_EQ(nlohmann::json::parse(lines_of(files.content("r")).at(0)), nlohmann::json::parse(R"(
+        {"ovk_recording": 1, "version": "7", "source": {"hex": "657865633aff"},
+         "kernel_release": "6.1", "module_version": null, "chip_compatible": null,
+         "clock": {"boot_ns": 42, "utc": "2026-01-02T03:04:05Z"}, "attributes": ["a", "b"],
+         "ip_config": {"start_ns": 1, "end_ns": 2, "error": 0, "text": {"hex": "fe"}},
+         "settings": {"cpupri": {"start_ns": 3, "end_ns": 4, "error": 13, "text": ""}},
+         "unreadable": ["mask"]})"));
+    const std::string again = recording_of(files, "again", all, recording_reader(file).header());
+    EXPECT_EQ(files.content("again"), files.content("r"));
+    const recording_writer writer(again, header);
+    EXPECT_EQ(writer.bytes(), files.content("again").size());
 }
 
-TEST(recording, cut_at_any_byte_has_the_operations_whose_lines_are_whole) {
-    const scratch files;
-    ASSERT_EQ(ovk_with({"-s", "sim:zt410", "record", "-o", files.path("r"), "--count", "2",
-                        "--reports", "bus,fifo"})
-                  .status,
-              0);
+TEST_F(recording, cut_at_any_byte_has_the_operations_whose_lines_are_whole) {
+    ASSERT_EQ(record("sim:zt410", "--count 2 --reports bus,fifo").status, 0);
     const std::string whole = files.content("r");
-    const auto all = operations_of(files.path("r"));
+    const auto all = operations_of(file);
     ASSERT_EQ(all.size(), 4u);
 
     // The header is long, and any place in it is like another.
@@ -132,21 +94,16 @@ TEST(recording, cut_at_any_byte_has_the_operations_whose_lines_are_whole) {
         const std::string cut = files.put("cut", whole.substr(0, length));
         const auto whole_lines = std::count(whole.begin(), whole.begin() + long(length), '\n');
         if (whole_lines == 0) {
-            EXPECT_EQ(status_of_opening(cut), 3) << length;
-            continue;
-        }
-        const auto found = operations_of(cut);
-        ASSERT_EQ(found.size(), std::size_t(whole_lines - 1)) << length;
-        for (std::size_t i = 0; i < found.size(); ++i) {
-            EXPECT_TRUE(same(found[i], all[i])) << length;
+            EXPECT_TRUE(ends(outcome_of([&] { operations_of(cut); }), 3, cut)) << length;
+        } else {
+            ASSERT_EQ(operations_of(cut), std::vector(all.begin(), all.begin() + (whole_lines - 1)))
+                << length;
         }
     }
 }
 
-TEST(recording, that_is_damaged_or_of_another_format_is_refused_with_its_line) {
-    const scratch files;
-    ovk_with(
-        {"-s", "sim:zt410", "record", "-o", files.path("r"), "--count", "2", "--reports", "bus"});
+TEST_F(recording, that_is_damaged_or_of_another_format_is_refused_with_its_line) {
+    record("sim:zt410", "--count 2 --reports bus");
     const lines whole = lines_of(files.content("r"));
     const std::string head = whole.at(0) + "\n";
     auto other_format = nlohmann::json::parse(whole.at(0));
@@ -155,10 +112,9 @@ TEST(recording, that_is_damaged_or_of_another_format_is_refused_with_its_line) {
         return head + R"({"op":"read","attribute":"a","start_ns":0,"log":[],)" + members + "}\n";
     };
 
-    const struct {
-        std::string content;
-        const char *says;
-    } damages[] = {
+    record("file:" + file, "--count 1");
+    EXPECT_EQ(lines_of(files.content("r")), whole) << "its own source";
+    const std::pair<std::string, const char *> damages[] = {
         {"\n", "line 1"},
         {"no json\n", "line 1"},
         {"{}\n", "line 1"},
@@ -171,88 +127,49 @@ TEST(recording, that_is_damaged_or_of_another_format_is_refused_with_its_line) {
         {with(R"("end_ns":0,"error":0,"text":{"hex":"4g"})"), "line 2"},
         {with(R"("end_ns":0,"error":0,"text":{"hex":"414"})"), "line 2"},
     };
-    for (const auto &damage : damages) {
-        files.put("damaged", damage.content);
-        const outcome came = ovk_with({"-s", "file:" + files.path("damaged"), "read", "none"});
-        EXPECT_EQ(came.status, 3) << damage.content;
-        EXPECT_NE(came.err.find(damage.says), std::string::npos) << came.err;
+    for (const auto &[content, says] : damages) {
+        files.put("r", content);
+        EXPECT_TRUE(ends(ovk_with("-s file:" + file + " read none"), 3, says)) << content;
     }
-    ovk_with({"-s", "file:" + files.path("r"), "record", "-o", files.path("r"), "--count", "1"});
-    EXPECT_EQ(lines_of(files.content("r")), whole);
-    EXPECT_EQ(status_of_opening(files.path()), 3);
-    EXPECT_EQ(status_of_opening(files.path("none")), 3);
-}
-
-// The source itself, then what was written down of it.
-TEST(record, then_the_same_command_on_the_recording_gives_the_same_bytes) {
-    const scratch files;
-    for (const char *attribute :
-         {"bw_total", "bw_larb", "bw_scomm", "bw_emi", "bw_bus", "fifo_status"}) {
-        const std::string report = std::string(attribute) == "fifo_status" ? "fifo" : attribute + 3;
-        ASSERT_EQ(ovk_with({"-s", "sim:zt440,overload", "record", "-o", files.path("r"), "--count",
-                            "1", "--reports", report})
-                      .err,
-                  "");
-        const outcome live = ovk_with({"-s", "sim:zt440,overload", "read", attribute});
-        const outcome replayed = ovk_with({"-s", "file:" + files.path("r"), "read", attribute});
-        EXPECT_EQ(replayed.out, live.out) << attribute;
-        EXPECT_FALSE(live.out.empty()) << attribute;
-        EXPECT_EQ(replayed.status, 0);
-        EXPECT_EQ(ovk_with({"-s", "file:" + files.path("r"), "read", "ip_config"}).out,
-                  ovk_with({"-s", "sim:zt440", "read", "ip_config"}).out);
+    for (const std::string none : {"", "none"}) {
+        EXPECT_TRUE(
+            ends(outcome_of([&] { operations_of(files.path(none)); }), 3, files.path(none)));
     }
 }
 
-TEST(record, keeps_its_rounds_apart_and_ends_after_the_time_or_the_count) {
-    const scratch files;
-    const auto starts = [&](const lines &options) {
-        lines words = {"-s", "sim:zt430,idle", "record", "-o", files.path("r"), "--reports", "bus"};
-        words.insert(words.end(), options.begin(), options.end());
-        EXPECT_EQ(ovk_with(words).status, 0);
-        std::vector<std::int64_t> found;
-        for (const operation &each : operations_of(files.path("r"))) {
+TEST_F(recording, keeps_its_rounds_apart_and_ends_after_the_time_or_the_count) {
+    using times = std::vector<std::int64_t>;
+    const auto starts = [&](const std::string &options) {
+        EXPECT_EQ(record("sim:zt430,idle", "--reports bus " + options).status, 0);
+        times found;
+        for (const operation &each : operations_of(file)) {
             found.push_back(each.came.start_ns / 1'000'000);
         }
         return found;
     };
-    using times = std::vector<std::int64_t>;
-    EXPECT_EQ(starts({"--every", "2s", "--count", "3"}), (times{0, 2000, 4000}));
-    EXPECT_EQ(starts({"--every", "500ms", "--for", "2s"}), (times{0, 500, 1000, 1500}));
-    const times back_to_back = starts({"--every", "0s", "--count", "2"});
+    EXPECT_EQ(starts("--every 2s --count 3"), (times{0, 2000, 4000}));
+    EXPECT_EQ(starts("--every 500ms --for 2s"), (times{0, 500, 1000, 1500}));
+    const times back_to_back = starts("--every 0s --count 2");
     EXPECT_GT(back_to_back.at(1), 0);
     EXPECT_LT(back_to_back.at(1), 500);
-    for (const lines &wrong :
-         {lines{"--every", "2"}, lines{"--every", "-1s"}, lines{"--count", "0"},
-          lines{"--count", "2", "--for", "1s"}, lines{"--reports", "none"}}) {
-        lines words = {"-s", "sim:zt430", "record", "-o", files.path("r")};
-        words.insert(words.end(), wrong.begin(), wrong.end());
-        EXPECT_EQ(ovk_with(words).status, 2) << wrong.at(0) << wrong.at(1);
+    for (const char *wrong :
+         {"--every 2", "--every -1s", "--count 0", "--count 2 --for 1s", "--reports none"}) {
+        EXPECT_EQ(record("sim:zt430", wrong).status, 2) << wrong;
     }
-    EXPECT_EQ(ovk_with({"-s", "sim:zt430", "record", "-o", files.path("no/r")}).status, 2);
+    EXPECT_TRUE(ends(ovk_with("-s sim:zt430 record -o /none/r"), 2, "/none/r"));
 }
 
-TEST(file_source, goes_through_the_operations_in_order_and_has_no_others) {
-    const scratch files;
-    {
-        recording_writer writer(files.path("r"), {.source = "x",
-                                                  .facts = {},
-                                                  .boot_ns = 10,
-                                                  .ip_config = {"at first", 0, 8, 9},
-                                                  .settings = {{"cpupri", {"none", 0, 9, 10}}}});
-        writer.add({.attribute = "a", .came = {"1", 0, 20, 30}, .log = lines{"x"}});
-        writer.add({.attribute = "b", .came = {"2", 0, 40, 50}, .log = lines{"y"}});
-        writer.add({.attribute = "a", .came = {"3", 5, 60, 70}, .log = lines{"z"}});
-        writer.add({.is_write = true, .attribute = "cpupri", .written = "0 1", .came = {}});
-    }
-    const auto replay = open_source("file:" + files.path("r"));
-    const auto refused = [&](auto operate) {
-        try {
-            operate();
-            return 0;
-        } catch (const failure &error) {
-            return static_cast<int>(error.status());
-        }
-    };
+TEST_F(recording, as_a_source_goes_through_the_operations_in_order_and_has_no_others) {
+    recording_of(files, "r",
+                 {{.attribute = "a", .came = {"1", 0, 20, 30}, .log = lines{"x"}},
+                  {.attribute = "b", .came = {"2", 0, 40, 50}, .log = lines{"y"}},
+                  {.attribute = "a", .came = {"3", 5, 60, 70}, .log = lines{"z"}},
+                  {.is_write = true, .attribute = "cpupri", .written = "0 1", .came = {}}},
+                 {.boot_ns = 10,
+                  .ip_config = {"at first", 0, 8, 9},
+                  .settings = {{"cpupri", {"none", 0, 9, 10}}}});
+    const auto replay = open_source("file:" + file);
+    const auto refused = [&](auto operate) { return outcome_of(operate).status; };
 
     EXPECT_EQ(replay->now(), 10);
     EXPECT_EQ(replay->read("b").text, "2");

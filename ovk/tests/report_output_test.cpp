@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // What ovk report prints, of a source and of its recording.
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <filesystem>
@@ -9,7 +8,7 @@
 #include "ovk/report/render.h"
 #include "ovk/report/take.h"
 #include "ovk/source/recorder.h"
-#include "ovk/tests/model_source.h"
+#include "ovk/tests/chip_source.h"
 #include "ovk/tests/program.h"
 #include "ovk/tests/scratch.h"
 #include "tests/report_text.h"
@@ -33,7 +32,7 @@ total_report odd_report() {
 }  // namespace
 
 TEST(report_output, is_json_to_the_byte) {
-    EXPECT_EQ(ovk_with({"-s", "sim:zt410", "report", "bus", "--format", "json"}).out, R"({
+    EXPECT_EQ(ovk_with("-s sim:zt410 report bus --format json").out, R"({
   "report": "bus",
   "complete": true,
   "reason": null,
@@ -44,20 +43,10 @@ TEST(report_output, is_json_to_the_byte) {
   "unparsed": []
 }
 )");
-    EXPECT_EQ(json_of(odd_report()).dump(),
-              "{\"report\":\"total\",\"complete\":false,\"reason\":\"cut at 4095 bytes; another\","
-              "\"start_ns\":5,\"end_ns\":7,\"log_seen\":false,\"view\":\"full\","
-              "\"simple_view\":{\"start_ns\":null,\"end_ns\":null},"
-              "\"modules\":[{\"id\":0,\"name\":\"A,\\\"\xef\xbf\xbd\",\"domain\":null,"
-              "\"data_mbps\":12,\"efficiency_percent\":80,\"bus_mbps\":null,"
-              "\"ultra_percent\":null,\"preultra_percent\":null}],"
-              "\"sum\":{\"id\":null,\"name\":null,\"domain\":null,\"data_mbps\":null,"
-              "\"efficiency_percent\":null,\"bus_mbps\":null,\"ultra_percent\":null,"
-              "\"preultra_percent\":null},\"bars\":[],"
-              "\"dram\":{\"width_bits\":null,\"clock_mtps\":null},"
-              "\"usage\":{\"total_mbps\":100,\"bus_mbps\":null,\"percent\":null,"
-              "\"slack_mbps\":-3,\"slack_percent\":null},\"status\":null,"
-              "\"unparsed\":[\"a\\u001b[31m line\"]}");
+    EXPECT_EQ(json_of(bus_report{.head = odd_report().head}).dump(),
+              R"({"report":"bus","complete":false,"reason":"cut at 4095 bytes; another",)"
+              R"("start_ns":5,"end_ns":7,"log_seen":false,"usage_percent":null,)"
+              R"("unparsed":["a\u001b[31m line"]})");
 }
 
 TEST(report_output, is_csv_with_the_same_columns_whatever_is_known) {
@@ -108,60 +97,50 @@ TEST(report_command, writes_into_what_is_no_file_and_says_when_nothing_could_be_
     std::ostringstream err;
     full.setstate(std::ios::badbit);
 
-    EXPECT_EQ(ovk_with({"-s", "sim:zt430", "report", "bus", "-o", pipe}).status, 0);
+    EXPECT_EQ(ovk_with("-s sim:zt430 report bus -o " + pipe).status, 0);
     EXPECT_TRUE(std::filesystem::is_fifo(pipe));
     EXPECT_EQ(run_program(static_cast<int>(words.size()), words.data(), full, err), 2);
-    EXPECT_TRUE(err.str().starts_with("ovk: standard output: ")) << err.str();
+    EXPECT_TRUE(has(err.str(), "ovk: standard output: "));
 }
 
 TEST(report_command, ends_with_the_status_that_says_what_is_wrong) {
     const scratch files;
     files.put("bw_total", "cut\n");
     const struct {
-        std::vector<std::string> arguments;
         int status;
-    } runs[] = {
-        {{"total", "--module", "VDEC"}, 0},
-        {{"total", "--module", "2", "--time", "9"}, 0},
-        {{"total", "--module", "NONE"}, 2},
-        {{"larb", "--module", "NONE"}, 2},
-        {{"larb", "--module", "99"}, 5},
-        {{"fifo", "--module", "NONE"}, 2},
-        {{"ports", "--module", "GOP"}, 0},
-        {{"ports", "--module", "NONE"}, 2},
-        {{"limits", "--module", "GOP"}, 2},
-        {{"fifo", "--time", "5"}, 2},
-        {{"total", "--time", "0"}, 2},
-        {{"total", "--format", "xml"}, 2},
-        {{"nothing"}, 2},
-        {{"total", "--strict"}, 0},
-        {{"scomm", "--time", "5"}, 0},
-        {{"emi", "--time", "5"}, 0},
-        {{"larb", "--time", "5"}, 0},
+        lines runs;
+    } cases[] = {
+        {0,
+         {"total --module VDEC", "total --module 2 --time 9", "ports --module GOP",
+          "total --strict", "scomm --time 5", "emi --time 5", "larb --time 5"}},
+        {2,
+         {"total --module NONE", "larb --module NONE", "fifo --module NONE", "ports --module NONE",
+          "limits --module GOP", "fifo --time 5", "total --time 0", "total --format xml",
+          "nothing"}},
+        {5, {"larb --module 99"}},
     };
-    for (const auto &each : runs) {
-        std::vector<std::string> words = {"-s", "sim:zt430", "report"};
-        words.insert(words.end(), each.arguments.begin(), each.arguments.end());
-        EXPECT_EQ(ovk_with(words).status, each.status) << each.arguments.back();
+    for (const auto &[status, runs] : cases) {
+        for (const std::string &run : runs) {
+            EXPECT_EQ(ovk_with("-s sim:zt430 report " + run).status, status) << run;
+        }
     }
-    const std::string here = "sysfs:" + files.path();
-    EXPECT_EQ(ovk_with({"-s", here, "report", "total"}).status, 0);
-    EXPECT_EQ(ovk_with({"-s", here, "report", "total", "--strict"}).status, 4);
-    EXPECT_EQ(ovk_with({"-s", here, "report", "emi"}).status, 3);
+    const std::string report = "-s sysfs:" + files.path() + " report ";
+    EXPECT_EQ(ovk_with(report + "total").status, 0);
+    EXPECT_EQ(ovk_with(report + "total --strict").status, 4);
+    EXPECT_EQ(ovk_with(report + "emi").status, 3);
 }
 
 TEST(report_of_a_module, has_no_other) {
-    const json total = json::parse(
-        ovk_with({"-s", "sim:zt430", "report", "total", "--module", "2", "--format", "json"}).out);
+    const auto report = [](const std::string &arguments) {
+        return json::parse(ovk_with("-s sim:zt430 report --format json " + arguments).out);
+    };
+    const json total = report("total --module 2");
     ASSERT_EQ(total["modules"].size(), 1u);
     EXPECT_EQ(total["modules"][0]["name"], "VDEC");
     ASSERT_EQ(total["bars"].size(), 1u);
     EXPECT_EQ(total["bars"][0]["name"], "VDEC");
     EXPECT_EQ(total["sum"]["name"], "SUM");
-    const json larb = json::parse(
-        ovk_with({"-s", "sim:zt430", "report", "larb", "--module", "VDEC", "--format", "json"})
-            .out);
-    EXPECT_EQ(larb["module"], "VDEC");
+    EXPECT_EQ(report("larb --module VDEC")["module"], "VDEC");
 }
 
 class recorded_report : public testing::TestWithParam<std::string> {};
@@ -169,20 +148,22 @@ class recorded_report : public testing::TestWithParam<std::string> {};
 INSTANTIATE_TEST_SUITE_P(chips, recorded_report, testing::ValuesIn(sim::chip_names()),
                          [](const auto &chip) { return chip.param; });
 
-TEST_P(recorded_report, is_the_same_json) {
+TEST_P(recorded_report, has_the_same_bytes_and_the_same_json) {
     const scratch files;
-    const std::string device = "sim:" + GetParam() + ",overload";
-    const std::string recording = files.path("recording");
+    const std::string device = "-s sim:" + GetParam() + ",overload ";
+    const std::string recording = "-s file:" + files.path("r") + " ";
 
-    for (const char *report : {"total", "larb", "scomm", "emi", "bus", "fifo"}) {
-        EXPECT_EQ(
-            ovk_with({"-s", device, "record", "-o", recording, "--count", "1", "--reports", report})
-                .status,
-            0);
-        const std::string out = ovk_with({"-s", device, "report", report, "--format", "json"}).out;
-        EXPECT_EQ(ovk_with({"-s", "file:" + recording, "report", report, "--format", "json"}).out,
-                  out);
-        EXPECT_NE(out, "") << report;
+    for (const std::string report : {"total", "larb", "scomm", "emi", "bus", "fifo"}) {
+        const std::string attribute = report == "fifo" ? "fifo_status" : "bw_" + report;
+        const std::string record = "record --count 1 --reports " + report + " -o ";
+        ASSERT_EQ(ovk_with(device + record + files.path("r")).err, "");
+        for (const std::string &command :
+             {"read " + attribute, "report " + report + " --format json",
+              std::string("read ip_config")}) {
+            const std::string live = ovk_with(device + command).out;
+            EXPECT_EQ(ovk_with(recording + command).out, live) << command;
+            EXPECT_NE(live, "") << command;
+        }
     }
 }
 
@@ -196,17 +177,12 @@ TEST(recorded_report, is_the_same_json_also_when_something_had_to_be_moved_for_i
     };
     const scratch files;
     for (const auto report : reports) {
-        model_source model("zt440");
-        model.chip.chip().set_scenario(sim::find_scenario("zt440", "overload"));
-        ::tests::enable_all(model.chip, 16);
-        json before;
-        {
-            recording_writer writer(files.path("recording"), describe_source(model));
-            recorder both(model, writer);
-            before = json_of(report(both));
-        }
-        const auto replay = open_source("file:" + files.path("recording"));
-        EXPECT_EQ(json_of(report(*replay)), before);
+        chip_source chip("zt440", "overload");
+        ::tests::enable_all(chip.rig(), 16);
+        recording_writer writer(files.path("recording"), describe_source(chip));
+        recorder both(chip, writer);
+        const json live = json_of(report(both));
+        EXPECT_EQ(json_of(report(*open_source("file:" + files.path("recording")))), live);
     }
 }
 

@@ -1,36 +1,21 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // What `ovk top` takes from a source, and what it leaves behind there.
-#include <gtest/gtest.h>
 #include <poll.h>
 
 #include "ovk/report/render.h"
 #include "ovk/tests/chip_source.h"
+#include "ovk/tests/hand_made.h"
 #include "ovk/tests/program.h"
-#include "ovk/tests/scratch.h"
 #include "ovk/top/background.h"
 
 namespace ovk::tests {
 
 namespace {
 
-using lines = std::vector<std::string>;
 using top::sampler;
 
 constexpr std::int64_t s_of_ns = 1'000'000'000;
 constexpr int limit_ms = 60'000;  // for what can't fail to come
-
-// Fails or holds a read when the test wants it.
-class troubled_source : public chip_source {
-  public:
-    troubled_source() : chip_source("zt430") {}
-    answer read(std::string_view attribute) override {
-        if (before_read) {
-            before_read(attribute);
-        }
-        return chip_source::read(attribute);
-    }
-    std::function<void(std::string_view)> before_read;
-};
 
 std::string selected_module(chip_source &chip) {
     return parse_larb(take_or_throw(chip, "bw_larb")).module.value_or("");
@@ -80,7 +65,7 @@ TEST(top_sampler, has_figures_without_ports_where_there_are_none_to_be_had) {
     sampler what(chip);
     what.show_ports("NONE");
     const auto taken = what.take(0);
-    EXPECT_NE(taken.no_ports.find("no module 'NONE'"), std::string::npos) << taken.no_ports;
+    EXPECT_TRUE(has(taken.no_ports, "no module 'NONE'"));
     EXPECT_TRUE(taken.total.usage.percent);
     EXPECT_EQ(what.take(0).no_ports, "");
     EXPECT_EQ(selected_module(chip), "GOP");
@@ -110,10 +95,9 @@ TEST(top_sampler, records_what_is_taken_and_marks_and_nothing_before_or_after) {
     EXPECT_EQ(what.state().recording, "");
     what.take(0);
 
-    recording_reader reader(files.path("r"));
     lines told;
-    while (const auto each = reader.next()) {
-        told.push_back(each->attribute + (each->is_write ? "=" : "") + each->written);
+    for (const operation &each : operations_of(files.path("r"))) {
+        told.push_back(each.attribute + (each.is_write ? "=" : "") + each.written);
     }
     EXPECT_EQ(told, (lines{"bw_total", "mark 2", "bw_total", "ip_config", "larb_module_list",
                            "bw_larb", "bw_larb=2", "bw_larb", "bw_larb=9"}));
@@ -129,14 +113,14 @@ TEST(top_background, takes_rounds_and_does_what_it_is_asked_before_the_next) {
     work.ask([](sampler &asked) { return asked.set_time(8); });
     const auto came = news_until(work, is_round);
     ASSERT_EQ(came.size(), 2u);
-    EXPECT_NE(came.at(0).message.find("TIME 8 ms"), std::string::npos);
+    EXPECT_TRUE(has(came.at(0).message, "TIME 8 ms"));
     EXPECT_EQ(came.at(1).state.time_ms, 8u);
 }
 
 TEST(top_background, tells_failures_and_goes_on) {
-    troubled_source chip;
+    chip_source chip("zt430");
     int reads = 0;
-    chip.before_read = [&](std::string_view) {
+    chip.before_read = [&] {
         if (++reads == 1) {
             throw failure(exit_status::unreachable, "the link broke");
         }
@@ -166,11 +150,14 @@ TEST(top_background, measures_nothing_in_a_pause_but_does_what_it_is_asked) {
 
 // The moment in which another module is selected.
 TEST(top_background, puts_the_selection_back_when_it_is_interrupted_in_the_middle) {
-    troubled_source chip;
+    chip_source chip("zt430");
     bool moved = false;
-    chip.before_write = [&] { moved = true; };
-    chip.before_read = [&](std::string_view attribute) {
-        if (attribute == "bw_larb" && moved) {
+    chip.on_write = [&](std::size_t) {
+        moved = true;
+        return 0;
+    };
+    chip.before_read = [&] {
+        if (moved) {
             throw failure(exit_status::interrupted, "interrupted");
         }
     };
@@ -182,16 +169,16 @@ TEST(top_background, puts_the_selection_back_when_it_is_interrupted_in_the_middl
         EXPECT_EQ(poll(&asked, 1, limit_ms), 1);
     }
     EXPECT_EQ(chip.writes, 2u);
-    chip.before_read = nullptr;
+    chip.before_read = [] {};
     EXPECT_EQ(selected_module(chip), "GOP");
 }
 
 TEST(top_lines, have_the_figures_of_the_reports_and_end_after_the_count) {
     const scratch files;
     const std::string from = "file:" + files.path("r");
-    ovk_with({"-s", "sim:zt440,overload", "record", "-o", files.path("r"), "--count", "3"});
-    const auto top = [&](const char *count) {
-        return ovk_with({"-s", from, "top", "--count", count, "--every", "0s"});
+    ovk_with("-s sim:zt440,overload record --count 3 -o " + files.path("r"));
+    const auto top = [&](const std::string &count) {
+        return ovk_with("-s " + from + " top --every 0s --count " + count);
     };
     const std::string lines = top("2").out;
     const total_report report = parse_total(take_total(*open_source(from)));

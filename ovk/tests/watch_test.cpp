@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: GPL-2.0-only
-#include <gtest/gtest.h>
-
 #include "ovk/report/replay.h"
 #include "ovk/tests/hand_made.h"
 #include "ovk/tests/program.h"
@@ -34,10 +32,7 @@ TEST(condition, is_a_figure_a_comparison_and_a_number) {
                                                {"modules.A B>=C.bus_mbps", "", {}, 7},
                                                {"slack", "", {}, {}},
                                                {"modules.X.bus_mbps", "", {}, {}}};
-    const struct {
-        const char *text;
-        truth holds;
-    } good[] = {
+    const std::pair<const char *, truth> good[] = {
         {"usage_percent > 90", truth::no},
         {"usage_percent>=90", truth::yes},
         {"usage.percent < 90.5", truth::yes},
@@ -49,8 +44,8 @@ TEST(condition, is_a_figure_a_comparison_and_a_number) {
         {"modules.NONE.bus_mbps < 1", truth::unknown},
         {"total.usage.percent > 1", truth::yes},
     };
-    for (const auto &each : good) {
-        EXPECT_EQ(condition(each.text).holds(figures), each.holds) << each.text;
+    for (const auto &[text, holds] : good) {
+        EXPECT_EQ(condition(text).holds(figures), holds) << text;
     }
     EXPECT_EQ(condition("bus.usage_percent > 1").report(), "bus");
     EXPECT_EQ(condition("emi.channels.0.ports.3.latency_ns > 1").report(), "emi");
@@ -58,63 +53,52 @@ TEST(condition, is_a_figure_a_comparison_and_a_number) {
          {"", "usage_percent", "usage_percent >", "usage_percent > x", "usage_percent > nan",
           "usage_percent > 9 %", "usage_percent = 9", "> 9", "usage > 9", "modules.A.speed > 9",
           "latency_ns > 9", "ports.modules.A.id > 1", "status == 1"}) {
-        EXPECT_EQ(ovk_with({"-s", "sim:zt430", "watch", "-o", "/dev/null", "--count", "1", "--when",
-                            wrong})
-                      .status,
-                  2)
-            << wrong;
+        EXPECT_EQ(outcome_of([&] { condition{wrong}; }).status, 2) << wrong;
     }
 }
 
 TEST(watch, rings_once_when_all_has_held_for_long_enough_and_keeps_what_came_before) {
     const scratch files;
-    const std::string past = with_usages(files, {10, 20, 95, 30, 96, 97, 98, 99});
-    const outcome came = ovk_with({"-s", past, "watch", "--when", "usage_percent > 90", "--when",
-                                   "modules.VDEC.bus_mbps < 98", "--for", "2", "--keep", "4", "-o",
-                                   files.path("alarm.jsonl"), "--", "sh", "-c",
-                                   "cp \"$OVK_RECORDING\" " + files.path("copy") + "; exit 3"});
+    const outcome came = ovk_with(
+        "-s " + with_usages(files, {10, 20, 95, 30, 96, 97, 98, 99}) +
+        " watch --when 'usage_percent > 90' --when 'modules.VDEC.bus_mbps < 98' --for 2 --keep 4 "
+        "-o " +
+        files.path("alarm") + " -- sh -c 'cp \"$OVK_RECORDING\" " + files.path("copy") +
+        "; exit 3'");
 
     EXPECT_EQ(came.status, 1);
     EXPECT_EQ(came.out, "usage_percent > 90\nmodules.VDEC.bus_mbps < 98\nrecorded in " +
-                            files.path("alarm.jsonl") + "\n");
+                            files.path("alarm") + "\n");
     EXPECT_EQ(came.err, "ovk: sh: ended with status 3\n");
-    EXPECT_EQ(usages_in(files.path("alarm.jsonl")), (std::vector<std::uint64_t>{95, 30, 96, 97}));
-    EXPECT_EQ(files.content("copy"), files.content("alarm.jsonl"));
+    EXPECT_EQ(usages_in(files.path("alarm")), (std::vector<std::uint64_t>{95, 30, 96, 97}));
+    EXPECT_EQ(files.content("copy"), files.content("alarm"));
 }
 
 TEST(watch, goes_on_when_told_to_and_rings_again_only_after_it_was_false) {
     const scratch files;
-    const std::string past = with_usages(files, {95, 95, 10, 95, 95});
-    const outcome came = ovk_with({"-s", past, "watch", "--when", "usage_percent > 90", "--repeat",
-                                   "--count", "5", "-o", files.path("a.b/../alarm")});
-    EXPECT_EQ(came.status, 2) << "no such folder";
-
-    const outcome again = ovk_with({"-s", past, "watch", "--when", "usage_percent > 90", "--repeat",
-                                    "--count", "5", "--keep", "2", "-o", files.path("alarm.x")});
-    EXPECT_EQ(again.status, 1);
+    const auto watch = [&](const std::vector<unsigned> &usages, const std::string &options) {
+        return ovk_with("-s " + with_usages(files, usages) +
+                        " watch --when 'usage_percent > 90' --count " +
+                        std::to_string(usages.size()) + " -o " + files.path(options))
+            .status;
+    };
+    EXPECT_EQ(watch({95, 95, 10, 95, 95}, "alarm.x --repeat --keep 2"), 1);
     EXPECT_EQ(usages_in(files.path("alarm.x")), std::vector<std::uint64_t>{95});
     EXPECT_EQ(usages_in(files.path("alarm-2.x")), (std::vector<std::uint64_t>{10, 95}));
     EXPECT_FALSE(std::filesystem::exists(files.path("alarm-3.x")));
-    EXPECT_EQ(ovk_with({"-s", with_usages(files, {1, 2}), "watch", "--when", "usage_percent > 90",
-                        "--count", "2", "-o", files.path("none")})
-                  .status,
-              0);
+    EXPECT_EQ(watch({95}, "no.such/folder/alarm"), 2);
+    EXPECT_EQ(watch({1, 2}, "none"), 0);
     EXPECT_FALSE(std::filesystem::exists(files.path("none")));
 }
 
 // A hung monitor: what it would have told is neither above nor below.
 TEST(watch, says_once_what_is_not_known_and_does_not_ring_by_it) {
     const scratch files;
-    std::vector<operation> sweeps;
-    for (std::size_t i = 0; i < 3; ++i) {
-        sweeps.push_back({.attribute = "bw_bus",
-                          .came = {"", 110, 0, 1},
-                          .log = std::vector<std::string>{"[OVK_BW]EMI monitor time out"}});
-    }
-    const std::string past = "file:" + recording_of(files, "hung", sweeps);
-    for (const char *when : {"bus.usage_percent < 1", "bus.usage_percent >= 0"}) {
+    const std::string past =
+        "file:" + recording_of(files, "hung", {timed_out_bus, timed_out_bus, timed_out_bus});
+    for (const std::string when : {"bus.usage_percent < 1", "bus.usage_percent >= 0"}) {
         const outcome came =
-            ovk_with({"-s", past, "watch", "--when", when, "--count", "3", "-o", files.path("a")});
+            ovk_with("-s " + past + " watch --count 3 --when '" + when + "' -o " + files.path("a"));
         EXPECT_EQ(came.status, 0);
         EXPECT_EQ(came.err,
                   "ovk: " + past +

@@ -1,76 +1,52 @@
 // SPDX-License-Identifier: GPL-2.0-only
-#include <gtest/gtest.h>
-
 #include "ovk/source/refusal.h"
 #include "ovk/tests/program.h"
 #include "ovk/tests/scratch.h"
 
 namespace ovk::tests {
 
-namespace {
-
-struct attempt {
-    const char *attribute;
-    const char *text;
-    int status;
-};
-
 // What docs/attributes.md says is refused, and neighbours of it that are not.
-const attempt attempts[] = {
-    {"debug_log_on", "1", 0},
-    {"debug_log_on", "x", 5},
-    {"reg_op", "0x1c000000 5", 0},
-    {"reg_op", "0x1bfffffc", 5},
-    {"reg_op", "0x1c000000 32 1", 5},
-    {"fake_engine", "0 0 1000 1 a5a5", 0},
-    {"fake_engine", "0 0 1000 3 a5a5", 5},
-    {"fake_eng_loop", "0 0", 0},
-    {"fake_eng_loop", "77 1", 5},
-    {"bw_total", "1 1 2 0", 0},
-    {"bw_total", "99 1 2 0", 5},
-    {"bw_larb", "2 1", 0},
-    {"bw_larb", "99 1", 5},
-    {"bw_scomm", "1", 0},
-    {"bw_scomm", "-1", 5},
-    {"bw_emi", "2", 0},
-    {"bw_emi", "0", 5},
-    {"bw_emi_detail", "y", 0},
-    {"bw_emi_detail", "maybe", 5},
-    {"bw_emi_lmt", "0 2 5f", 0},
-    {"bw_emi_lmt", "7 2 1f", 5},
-    {"bw_emi_lmt", "0 99 1f", 5},
-    {"bw_emi_timer", "0 2 0 7", 0},
-    {"bw_emi_timer", "0 2 0", 5},
-    {"bw_emi_ostd", "0 3 1 0", 0},
-    {"bw_emi_ostd", "0 99 1 0", 5},
-    {"simple_mon", "1", 0},
-    {"simple_mon", "yes", 5},
-    {"larb_config", "0 1 2 3f", 0},
-    {"larb_config", "0 1 2 40", 5},
-    {"cpupri", "1 0 0x1000 0x1000", 0},
-    {"cpupri", "1 0 0x1000 0", 5},
-    {"mask", "0 1 1", 0},
-    {"mask", "0 77 1", 5},
-    {"larb_ostdl", "1 2", 0},
-    {"larb_ostdl", "1", 5},
-    {"fifo_status", "1", 0},
-    {"fifo_status", "2", 5},
-    {"fifo_status_clear", "1", 0},
-    {"ip_config", "1", 3},
-    {"nothing", "1", 3},
-};
-
-}  // namespace
-
 TEST(write, ends_with_status_5_for_what_the_module_does_not_take) {
-    for (const attempt &each : attempts) {
-        const outcome came =
-            ovk_with({"-s", "sim:zt410", "write", each.attribute, "--", each.text});
-        EXPECT_EQ(came.status, each.status)
-            << each.attribute << " '" << each.text << "': " << came.err;
-        EXPECT_EQ(came.out, "");
-        EXPECT_EQ(came.err.empty(), each.status == 0) << came.err;
+    const struct {
+        const char *attribute;
+        lines taken;
+        lines refused;
+    } attributes[] = {
+        {"debug_log_on", {"1", "0x10\n"}, {"x"}},
+        {"reg_op", {"0x1c000000 5"}, {"0x1bfffffc", "0x1c000000 32 1", "0x1c000000 1 2"}},
+        {"fake_engine", {"0 0 1000 1 a5a5"}, {"0 0 1000 3 a5a5", "0 0 1000"}},
+        {"fake_eng_loop", {"0 0"}, {"77 1"}},
+        {"bw_total", {"1 1 2 0"}, {"99 1 2 0"}},
+        {"bw_larb", {"2 1"}, {"99 1"}},
+        {"bw_scomm", {"1"}, {"-1"}},
+        {"bw_emi", {"2"}, {"0", "x"}},
+        {"bw_emi_detail", {"y"}, {"maybe"}},
+        {"bw_emi_lmt", {"0 2 5f", "1 2 1f"}, {"7 2 1f", "0 99 1f", "0 2"}},
+        {"bw_emi_timer", {"0 2 0 7"}, {"0 2 0"}},
+        {"bw_emi_ostd", {"0 3 1 0"}, {"0 99 1 0"}},
+        {"simple_mon", {"1", ""}, {"yes"}},
+        {"larb_config", {"0 1 2 3f"}, {"0 1 2 40", "0 52 2 1"}},
+        {"cpupri", {"1 0 0x1000 0x1000"}, {"1 0 0x1000 0"}},
+        {"mask", {"0 1 1"}, {"0 77 1"}},
+        {"larb_ostdl", {"1 2"}, {"1"}},
+        {"fifo_status", {"1"}, {"2"}},
+        {"fifo_status_clear", {"1", ""}, {}},
+    };
+    const auto write = [](const std::string &attribute, const std::string &text) {
+        return ovk_with({"-s", "sim:zt410", "write", attribute, "--", text});
+    };
+    for (const auto &[attribute, taken, refused] : attributes) {
+        for (const std::string &text : taken) {
+            EXPECT_TRUE(ends(write(attribute, text), 0, "")) << attribute << " " << text;
+            EXPECT_EQ(write(attribute, text).err, "");
+        }
+        for (const std::string &text : refused) {
+            EXPECT_TRUE(ends(write(attribute, text), 5, attribute)) << text;
+        }
     }
+    EXPECT_EQ(write("bw_total", "1 1 2 0").out, "");
+    EXPECT_TRUE(ends(write("ip_config", "1"), 3, "ip_config"));
+    EXPECT_TRUE(ends(write("nothing", "1"), 3, "nothing"));
 }
 
 // A folder of files has no module behind it that could complain.

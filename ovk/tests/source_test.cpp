@@ -1,12 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
-#include <gtest/gtest.h>
-
-#include <cerrno>
-#include <filesystem>
-
-#include "ovk/base/failure.h"
-#include "ovk/source/kernel_messages.h"
 #include "ovk/source/source.h"
+#include "ovk/source/kernel_messages.h"
 #include "ovk/tests/program.h"
 #include "ovk/tests/scratch.h"
 
@@ -40,13 +34,13 @@ TEST(sysfs_source, reads_and_writes_the_files_of_its_directory_as_they_are) {
 TEST(sysfs_source, takes_no_path_for_an_attribute_and_no_file_for_a_directory) {
     const scratch files;
     files.put("a", "");
+    const std::string source = "sysfs:" + files.path();
     for (const char *name : {"", "../a", "a b", "$(a)", "a'"}) {
-        EXPECT_EQ(ovk_with({"-s", "sysfs:" + files.path(), "read", "--", name}).status, 2) << name;
+        EXPECT_EQ(ovk_with({"-s", source, "read", "--", name}).status, 2) << name;
     }
-    EXPECT_EQ(ovk_with({"-s", "sysfs:" + files.path("a"), "read", "a"}).status, 3);
-    EXPECT_EQ(
-        ovk_with({"-s", "sysfs:" + files.path(), "read", "b"}).err,
-        "ovk: sysfs:" + files.path() + ": b: read: No such file or directory; there are: a\n");
+    EXPECT_EQ(ovk_with("-s " + source + "a read a").status, 3);
+    EXPECT_EQ(ovk_with("-s " + source + " read b").err,
+              "ovk: " + source + ": b: read: No such file or directory; there are: a\n");
 }
 
 TEST(kernel_messages, are_the_texts_of_the_kernels_own_records) {
@@ -56,6 +50,34 @@ TEST(kernel_messages, are_the_texts_of_the_kernels_own_records) {
               "a;b \x1b[0m\\\\x \\xzz");
     EXPECT_EQ(message_of_record("14,1,5,-;from a program\n"), "");
     EXPECT_EQ(message_of_record("no record"), "");
+}
+
+TEST(sim_source, reads_and_writes_on_virtual_time_and_hands_the_log_out_once) {
+    const auto source = open_source("sim:zt410,overload");
+
+    EXPECT_EQ(source->log(), lines{});
+    EXPECT_EQ(source->write("bw_total", "0 1 30 0").error, 0);
+    EXPECT_EQ(source->log(), lines{"[OVK_BW]set m_id: 0, enable: 1, time: 30 ms, proc: 0"});
+    EXPECT_EQ(source->log(), lines{});
+    const answer came = source->read("bw_total");
+    EXPECT_NE(came.text.find("Status: "), std::string::npos);
+    EXPECT_GE(came.end_ns - came.start_ns, 30'000'000);
+    EXPECT_EQ(source->now(), came.end_ns);
+    source->wait_until(came.end_ns + 3'600'000'000'000);
+    EXPECT_EQ(source->now(), came.end_ns + 3'600'000'000'000);
+    EXPECT_EQ(source->fact("chip_compatible"), "quorix,zt410");
+    EXPECT_EQ(source->read("bw_nothing").error, ENOENT);
+    EXPECT_EQ(source->write("cpupri", "1 3 0x1000 0x1000").error, EPERM);
+}
+
+TEST(source, that_can_not_be_opened_is_not_reachable_or_has_no_such_name) {
+    for (const std::string name : {"sim:zt999", "sim:zt430,nothing", "sim:/no/such.dts"}) {
+        EXPECT_EQ(ovk_with("-s " + name + " read bw_bus").status, 3) << name;
+    }
+    for (const std::string name :
+         {"sim", "nonsense:1", "ssh:-oProxyCommand=false", "adb:-e", "ssh:", "exec:"}) {
+        EXPECT_EQ(ovk_with("-s " + name + " read bw_bus").status, 2) << name;
+    }
 }
 
 }  // namespace ovk::tests
