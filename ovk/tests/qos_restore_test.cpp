@@ -16,9 +16,9 @@ namespace {
 using registers = std::map<std::string, std::uint32_t>;
 
 template <class... values>
-std::string line(const values &...each) {
+std::string line(values &&...each) {
     std::ostringstream text;
-    ((text << std::hex << each), ...);
+    (text << ... << each);
     return text.str();
 }
 
@@ -34,7 +34,7 @@ registers settings_of(chip_source &chip) {
     for (const auto &node : chip.tree().nodes()) {
         for (const auto &[block, first, last] : kinds) {
             for (std::uint32_t at = first; node->name.starts_with(block) && at <= last; at += 4) {
-                const std::string place = line(node->name, "+0x", at);
+                const std::string place = line(node->name, "+0x", std::hex, at);
                 all[place] = chip.rig().peek(place);
             }
         }
@@ -53,32 +53,28 @@ class tuner {
     explicit tuner(chip_source &to) : to_(to) {}
 
     void write_some(int count) {
+        const auto shown = to_.larb_ports();  // whose priorities a report shows
         for (int i = 0; i < count; ++i) {
-            const std::string emi = number_up_to(3) + " " + number_up_to(12) + " ";
-            const std::string way = number_up_to(1) + " ";
-            to_.set("bw_emi_lmt " + emi + line(up_to(0x3f)));
-            to_.set("bw_emi_timer " + emi + way + line(up_to(0xff)));
-            to_.set("bw_emi_ostd " + emi + way + line(up_to(0xff)));
-            to_.set("larb_config 0 " + number_up_to(16) + " " + number_up_to(31) + " " +
-                    line(up_to(0x3f)));
-            const auto &[larb, port] = shown_.at(up_to(shown_.size() - 1));
-            to_.set(
-                line("larb_config ", 1 + up_to(1), std::dec, " ", larb, " ", port, " ", up_to(1)));
+            const auto &[larb, port] = shown.at(up_to(shown.size() - 1));
+            const std::string emi = line(up_to(3), " ", up_to(12), " ");
+            const std::string way = line(up_to(1), " ");
+            to_.set(line("bw_emi_lmt ", emi, std::hex, up_to(0x3f)));
+            to_.set(line("bw_emi_timer ", emi, way, std::hex, up_to(0xff)));
+            to_.set(line("bw_emi_ostd ", emi, way, std::hex, up_to(0xff)));
+            to_.set(line("larb_config 0 ", up_to(16), " ", up_to(31), " ", std::hex, up_to(0x3f)));
+            to_.set(line("larb_config ", 1 + up_to(1), " ", larb, " ", port, " ", up_to(1)));
         }
     }
 
     void switch_range(int scope, int mode) {
-        to_.set(line("cpupri ", mode, " ", scope, " 0x", up_to(UINT32_MAX), "000 0x",
+        to_.set(line("cpupri ", mode, " ", scope, std::hex, " 0x", up_to(UINT32_MAX), "000 0x",
                      1 + up_to(0xffff), "000"));
     }
 
   private:
     std::uint64_t up_to(std::uint64_t most) { return engine_() % (most + 1); }
-    std::string number_up_to(std::uint64_t most) { return std::to_string(up_to(most)); }
 
     chip_source &to_;
-    // Those whose priorities a report shows.
-    const std::vector<std::pair<std::uint32_t, std::uint32_t>> shown_ = to_.larb_ports();
     std::mt19937 engine_{7};
 };
 

@@ -137,6 +137,24 @@ TEST_F(recording, that_is_damaged_or_of_another_format_is_refused_with_its_line)
     }
 }
 
+TEST_F(recording, of_a_recording_gives_it_again) {
+    ASSERT_EQ(record("sim:zt420", "--count 3 --reports total,bus").status, 0);
+    lines first = lines_of(files.content("r"));
+    const std::string source = "file:" + files.put("first", files.content("r"));
+    ASSERT_EQ(record(source, "--count 3 --reports total,bus").status, 0);
+    lines second = lines_of(files.content("r"));
+    auto head = nlohmann::json::parse(first.at(0));
+    const auto again = nlohmann::json::parse(second.at(0));
+
+    head["source"] = source;
+    head["clock"] = again["clock"];
+    EXPECT_EQ(again, head);
+    EXPECT_EQ(again["chip_compatible"], "quorix,zt420");
+    first[0] = second[0];
+    EXPECT_EQ(second, first);
+    EXPECT_EQ(second.size(), 7u);
+}
+
 TEST_F(recording, keeps_its_rounds_apart_and_ends_after_the_time_or_the_count) {
     using times = std::vector<std::int64_t>;
     const auto starts = [&](const std::string &options) {

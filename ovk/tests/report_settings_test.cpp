@@ -101,7 +101,9 @@ json groups_of(const devicetree::node &module, const char *block) {
 
 }  // namespace
 
-TEST_P(report_settings, of_limits_are_those_of_the_registers) {
+TEST_P(report_settings, of_limits_and_priorities_are_those_of_the_registers) {
+    const json ports = larb_ports();
+    json shown = json::array();
     json channels = json::array();
     json larbs = json::array();
     for (std::uint32_t channel = 0; channel < emi("emi_cnt"); ++channel) {
@@ -109,11 +111,11 @@ TEST_P(report_settings, of_limits_are_those_of_the_registers) {
             channels.push_back(emi_limits_of(channel, port));
         }
     }
-    for (const json &port : larb_ports()) {
+    for (const json &port : ports) {
         larbs.push_back({{"larb", port[0]}, {"port", port[1]}, {"outstanding_limit", port[2]}});
     }
-    chip.write("cpupri", "1 0 0x40000000 0x10000");
-    chip.write("cpupri", "2 2 0x123456000 0x1000");
+    chip.set("cpupri 1 0 0x40000000 0x10000");
+    chip.set("cpupri 2 2 0x123456000 0x1000");
     const json ranges = json::array({{{"scope", 0}, {"start", 0x40000000}, {"end", 0x4000ffff}},
                                      {{"scope", 2}, {"start", 0x123456000}, {"end", 0x123456fff}}});
     const json report = json_of(take_limits(chip));
@@ -122,23 +124,16 @@ TEST_P(report_settings, of_limits_are_those_of_the_registers) {
     EXPECT_EQ(report["emi"], channels);
     EXPECT_EQ(report["larbs"], larbs);
     EXPECT_EQ(report["cpu_ranges"], chip.tree().by_name("cpu_pri") ? ranges : json::array());
-}
-
-TEST_P(report_settings, of_larb_ports_are_those_of_the_registers) {
-    const json expected = larb_ports();
-    json found = json::array();
     larb_selector selector(chip);
-
     for (const larb_module &module : selector.ports().larb_modules) {
-        const json report = json_of(selector.take(*module.id));
-        for (const json &larb : report["larbs"]) {
-            for (const json &port : larb["ports"]) {
-                found.push_back({larb["larb"], port["port"], port["outstanding_limit"],
-                                 port["force_ultra"], port["force_preultra"]});
+        for (const larb_figures &larb : selector.take(*module.id).larbs) {
+            for (const larb_port_figures &port : larb.ports) {
+                shown.push_back({*larb.larb, *port.port, *port.outstanding_limit, *port.force_ultra,
+                                 *port.force_preultra});
             }
         }
     }
-    EXPECT_EQ(found, expected);
+    EXPECT_EQ(shown, ports);
 }
 
 TEST_P(report_settings, of_ports_are_those_of_the_device_tree) {

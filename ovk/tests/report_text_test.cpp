@@ -88,30 +88,30 @@ chip_source chip_with(const std::string &name) {
             "zt410", "overload"};
 }
 
-class cut_report : public testing::TestWithParam<std::string> {};
-
-INSTANTIATE_TEST_SUITE_P(chips, cut_report, testing::Values("zt410", "zt430"),
-                         [](const auto &chip) { return chip.param; });
+void expect_no_other_figures(chip_source &chip, const view &each) {
+    for (const std::string &setting : each.settings) {
+        chip.set(setting);
+    }
+    std::string text = chip.read(each.attribute).text;
+    const any_report report = report_of(each.attribute, text);
+    const json whole = figures_in(report);
+    EXPECT_TRUE(head_of(report).complete) << each.attribute << text;
+    while (!text.empty()) {
+        text.pop_back();
+        const any_report cut = report_of(each.attribute, text);
+        const json some = figures_in(cut);
+        ASSERT_TRUE(is_part_of(some, whole)) << text << some.dump(1);
+        ASSERT_TRUE(!each.has_an_end || !head_of(cut).complete || some == whole) << text;
+    }
+}
 
 }  // namespace
 
-TEST_P(cut_report, at_any_byte_has_no_figure_that_the_whole_one_does_not_have) {
-    chip_source chip(GetParam(), "overload");
-
-    for (const view &each : views) {
-        for (const std::string &setting : each.settings) {
-            chip.set(setting);
-        }
-        std::string text = chip.read(each.attribute).text;
-        const any_report report = report_of(each.attribute, text);
-        const json whole = figures_in(report);
-        EXPECT_TRUE(head_of(report).complete) << each.attribute << text;
-        while (!text.empty()) {
-            text.pop_back();
-            const any_report cut = report_of(each.attribute, text);
-            const json some = figures_in(cut);
-            ASSERT_TRUE(is_part_of(some, whole)) << text << some.dump(1);
-            ASSERT_TRUE(!each.has_an_end || !head_of(cut).complete || some == whole) << text;
+TEST(cut_report, at_any_byte_has_no_figure_that_the_whole_one_does_not_have) {
+    for (const char *soc : {"zt410", "zt430"}) {
+        chip_source chip(soc, "overload");
+        for (const view &each : views) {
+            expect_no_other_figures(chip, each);
         }
     }
 }
