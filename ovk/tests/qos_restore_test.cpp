@@ -78,10 +78,6 @@ class tuner {
     std::mt19937 engine_{7};
 };
 
-outcome checked(chip_source &chip, const qos_file &file) {
-    return outcome_of([&] { check_plan(plan_restore(chip, file, 1)); });
-}
-
 // Four settings away from those of the file, of all kinds.
 class qos_restore : public testing::Test {
   protected:
@@ -106,11 +102,6 @@ class qos_restore : public testing::Test {
     const restore_plan plan = small_plan();
     const registers before = settings_of(chip);
 };
-
-qos_file file_of(const std::string &soc) {
-    chip_source chip(soc);
-    return describe_settings(chip);
-}
 
 }  // namespace
 
@@ -248,51 +239,6 @@ TEST(qos, restore_names_what_can_not_be_undone_and_does_it_last) {
     EXPECT_FALSE(plan.found.changes[0].back.empty());
     carry_out(chip, plan);
     EXPECT_EQ(chip.rig().peek("larb0+0x200"), 0u);
-}
-
-TEST_F(qos_restore, refuses_what_it_can_not_restore_before_it_writes) {
-    const qos_file saved = describe_settings(chip);
-    const auto with = [&](const setting_key &key, const figure &value) {
-        qos_file file = saved;
-        file.settings.ports[key] = value;
-        return file;
-    };
-    qos_file crooked = saved;
-    crooked.settings.cpu.at(0) = {true, address_range{0x1000, 0x27ff}};
-    const struct {
-        qos_file file;
-        const char *says;
-    } files[] = {
-        {with({true, 1, 2, "outstanding_limit"}, 0x40), "no attribute takes this: larb 1 port 2"},
-        {with({false, 0, 2, "read_timer"}, 0x100), "no attribute takes this: EMI channel 0 port 2"},
-        {crooked, "no attribute takes this: CPU range of scope 0: off -> 0x1000-0x27ff"},
-        {with({true, 52, 2, "outstanding_limit"}, 1), "has not: larb 52 port 2"},
-        {with({true, 0, 30, "force_ultra"}, 1), "can't be read now: larb 0 port 30"},
-    };
-
-    for (const auto &[file, says] : files) {
-        EXPECT_TRUE(ends(checked(chip, file), 5, says));
-    }
-    EXPECT_EQ(checked(chip, with({true, 1, 2, "force_ultra"}, std::nullopt)).status, 0);
-    EXPECT_EQ(settings_of(chip), before);
-}
-
-TEST(qos, restore_takes_the_file_of_another_chip_when_it_fits) {
-    const qos_file of_zt420 = file_of("zt420");
-    qos_file of_zt410 = file_of("zt410");
-    const auto on = [](const std::string &soc, const qos_file &file) {
-        chip_source chip(soc);
-        return checked(chip, file);
-    };
-    EXPECT_TRUE(ends(on("zt410", of_zt420), 5,
-                     "the file is of quorix,zt420, and this is quorix,zt410, which has more: "
-                     "EMI channel 1 port 0"));
-    EXPECT_TRUE(ends(on("zt420", of_zt410), 5,
-                     "the file, of quorix,zt410, has what this device has not: EMI channel 1"));
-    for (const char *other : {"quorix,zt411", ""}) {
-        of_zt410.facts["chip_compatible"] = other;
-        EXPECT_EQ(on("zt410", of_zt410).status, 0) << other;
-    }
 }
 
 }  // namespace ovk::tests

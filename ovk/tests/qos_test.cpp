@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include <nlohmann/json.hpp>
 
-#include "ovk/qos/file.h"
+#include "ovk/qos/settings.h"
 #include "ovk/tests/chip_source.h"
 #include "ovk/tests/program.h"
 #include "ovk/tests/scratch.h"
@@ -19,21 +19,30 @@ class qos_command : public testing::Test {
         return ovk_with("-s sim:zt410 qos " + command + " " + file);
     }
 
-    void save_and_edit() {
+    // Saves, and puts other values at these places of the file.
+    void save_with(const std::vector<std::pair<const char *, json>> &values) {
         ASSERT_EQ(qos("save").status, 0);
         json settings = json::parse(files.content("settings"));
-        settings["emi"][8 + 7]["bandwidth_limit"] = 3;
-        settings["emi"][2]["write_timer"] = 0xa0;
-        settings["emi"][5]["read_outstanding"] = 0x12;
-        settings["larbs"][6 * 32 + 1]["outstanding_limit"] = 0x1f;
-        settings["larbs"][6 * 32 + 1]["force_preultra"] = 1;
-        settings["cpu_ranges"][1] = {
-            {"scope", 1}, {"on", true}, {"start", 0x80000000}, {"end", 0x800fffff}};
+        for (const auto &[place, value] : values) {
+            settings[json::json_pointer(place)] = value;
+        }
         files.put("settings", settings.dump());
     }
 
     const scratch files;
     const std::string file = files.path("settings");
+};
+
+json range(int scope, std::uint64_t start, std::uint64_t end) {
+    return {{"scope", scope}, {"on", true}, {"start", start}, {"end", end}};
+}
+
+// Some that differ, and some that are not known.
+const std::vector<std::pair<const char *, json>> tuned = {
+    {"/emi/15/bandwidth_limit", 3},    {"/emi/2/write_timer", 0xa0},
+    {"/emi/5/read_outstanding", 0x12}, {"/larbs/193/outstanding_limit", 0x1f},
+    {"/larbs/193/force_preultra", 1},  {"/cpu_ranges/1", range(1, 0x80000000, 0x800fffff)},
+    {"/emi/0/read_timer", nullptr},    {"/cpu_ranges/2/on", nullptr},
 };
 
 constexpr const char *changes =
@@ -78,7 +87,7 @@ TEST_F(qos_command, save_names_what_nothing_shows_in_the_file_and_to_the_user) {
 }
 
 TEST_F(qos_command, diff_ends_with_status_1_when_something_differs) {
-    save_and_edit();
+    save_with(tuned);
     const outcome differing = qos("diff");
     EXPECT_EQ(differing.status, 1);
     EXPECT_EQ(differing.out, changes);
@@ -89,7 +98,7 @@ TEST_F(qos_command, diff_ends_with_status_1_when_something_differs) {
 }
 
 TEST_F(qos_command, restore_prints_what_it_changes_or_only_would) {
-    save_and_edit();
+    save_with(tuned);
     const outcome dry = qos("restore --dry-run --cpu-mode 2");
     EXPECT_TRUE(ends(dry, 0, "nothing shows the mode of the CPU ranges"));
     EXPECT_EQ(dry.out, writes);
@@ -98,63 +107,50 @@ TEST_F(qos_command, restore_prints_what_it_changes_or_only_would) {
     EXPECT_EQ(done.out, changes);
 }
 
-TEST_F(qos_command, takes_no_file_that_is_none) {
-    ASSERT_EQ(qos("save").status, 0);
-    const std::string good = files.content("settings");
-    const auto with = [&](const char *place, const json &value) {
-        json settings = json::parse(good);
-        settings[json::json_pointer(place)] = value;
-        return settings.dump();
+TEST_F(qos_command, restore_refuses_what_it_can_not_restore_before_it_writes) {
+    const struct {
+        const char *place;
+        json value;
+        int status;
+        const char *says;
+    } values[] = {
+        {"/ovk_qos", 2, 2, "its format is 2"},
+        {"/emi/0/port", -1, 2, "below 0 or not whole"},
+        {"/emi/0/read_timer", 1.5, 2, "below 0 or not whole"},
+        {"/emi/0/read_timer", "1", 2, "must be number"},
+        {"/cpu_ranges/0/scope", 3, 2, "no settings"},
+        {"/larbs", nullptr, 2, "no settings"},
+        {"/larbs/34/outstanding_limit", 0x40, 5, "no attribute takes this: larb 1 port 2"},
+        {"/emi/2/read_timer", 0x100, 5, "no attribute takes this: EMI channel 0 port 2"},
+        {"/cpu_ranges/0", range(0, 0x1000, 0x27ff), 5,
+         "no attribute takes this: CPU range of scope 0: off -> 0x1000-0x27ff"},
+        {"/larbs/0/larb", 52, 5, "has not: larb 52 port 0"},
+        {"/larbs/30/force_ultra", 1, 5, "can't be read now: larb 0 port 30"},
+        {"/chip_compatible", "quorix,zt411", 0, ""},
+        {"/chip_compatible", "", 0, ""},
     };
-    const std::pair<std::string, const char *> damages[] = {
-        {"", "no settings"},
-        {"{}", "ovk_qos"},
-        {good.substr(0, good.size() / 2), "no settings"},
-        {with("/ovk_qos", 2), "its format is 2"},
-        {with("/emi/0/port", -1), "below 0 or not whole"},
-        {with("/emi/0/read_timer", 1.5), "below 0 or not whole"},
-        {with("/emi/0/read_timer", "1"), "must be number"},
-        {with("/cpu_ranges/0/scope", 3), "no settings"},
-        {with("/larbs", nullptr), "no settings"},
-    };
+    for (const auto &[place, value, status, says] : values) {
+        save_with({{place, value}});
+        EXPECT_TRUE(ends(qos("restore"), status, says)) << place;
+    }
+}
 
-    for (const auto &[content, says] : damages) {
+TEST_F(qos_command, takes_no_file_of_another_chip_that_does_not_fit_and_none_that_is_no_file) {
+    ASSERT_EQ(qos("save").status, 0);
+    EXPECT_TRUE(ends(ovk_with("-s sim:zt420 qos diff " + file), 5,
+                     "the file, of quorix,zt410, has what this device has not: EMI channel 1"));
+    ASSERT_EQ(ovk_with("-s sim:zt420 qos save " + file).status, 0);
+    EXPECT_TRUE(ends(qos("diff"), 5,
+                     "the file is of quorix,zt420, and this is quorix,zt410, which has more: "
+                     "EMI channel 1 port 0"));
+    const std::string good = files.content("settings");
+    for (const std::string &content : {std::string(), std::string("{}"), good.substr(0, 9999)}) {
         files.put("settings", content);
-        const outcome came = qos("diff");
-        EXPECT_TRUE(ends(came, 2, says));
-        EXPECT_TRUE(has(came.err, file));
+        EXPECT_TRUE(ends(qos("diff"), 2, file + ": no settings")) << content;
     }
     for (const char *wrong : {"diff /none", "save /none/file", ""}) {
         EXPECT_EQ(ovk_with(std::string("-s sim:zt410 qos ") + wrong).status, 2) << wrong;
     }
-}
-
-TEST(qos, file_keeps_what_is_known_and_what_is_not) {
-    const scratch files;
-    qos_file content{
-        .version = "7",
-        .source = "exec:\xff",
-        .facts = {{"chip_compatible", "a"}, {"kernel_release", "\xfe"}, {"module_version", ""}},
-        .settings = {.ports = {{{false, 2, 3, "read_timer"}, 255},
-                               {{true, 4, 5, "force_ultra"}, std::nullopt}},
-                     .unreadable = {"a", "\xfd"}}};
-    for (const setting_kind &kind : setting_kinds) {
-        content.settings.ports.insert(
-            {{kind.of_larb, kind.of_larb ? 4u : 2u, kind.of_larb ? 5u : 3u, kind.name}, 1});
-    }
-    content.settings.cpu[1] = {true, {}};
-    content.settings.cpu[2] = {true, address_range{0x1000, 0xfffffffffff}};
-    write_qos_file(files.path("f"), content);
-
-    const qos_file read = read_qos_file(files.path("f"));
-    EXPECT_EQ(read.version, "7");
-    EXPECT_EQ(read.source, content.source);
-    EXPECT_EQ(read.facts.at("kernel_release"), "\xfe");
-    EXPECT_EQ(read.settings.ports, content.settings.ports);
-    EXPECT_EQ(read.settings.unreadable, content.settings.unreadable);
-    EXPECT_FALSE(read.settings.cpu[0].known);
-    EXPECT_TRUE(read.settings.cpu[1].known && !read.settings.cpu[1].range);
-    EXPECT_EQ(read.settings.cpu[2].range, content.settings.cpu[2].range);
 }
 
 // Without the log, a larb that is not there looks like one without limits.
