@@ -87,11 +87,11 @@ std::string known(const std::string &row, const lines &members) {
     for (std::size_t i = 0; i < words.size(); ++i) {
         cells[members[i]] = words[i];
     }
-    if (cells["efficiency_percent"] == "0") {
+    if (cells.value("efficiency_percent", "") == "0") {
         cells["efficiency_percent"] = nullptr;
-        if (cells.contains("data_mbps") && cells["data_mbps"] != "0") {
-            cells["bus_mbps"] = nullptr;
-        }
+    }
+    if (std::atoi(cells.value("data_mbps", "").c_str()) > 0 && cells["bus_mbps"] == "0") {
+        cells["bus_mbps"] = nullptr;
     }
     if (cells.contains("latency_ns") && std::atoi(words[0].c_str()) >= 8) {
         cells["latency_ns"] = nullptr;
