@@ -57,7 +57,8 @@ TEST(doctor, names_selections_that_were_left_behind_and_how_to_undo_them) {
 TEST(doctor, names_what_keeps_reports_from_being_known) {
     chip_source chip("zt410");
     chip.shows_log = false;
-    expect_complaints(chip, {"kernel log: can't be read: time-outs and refusals go unnoticed"});
+    expect_complaints(chip, {"kernel log: can't be read: time-outs and refusals go unnoticed; "
+                             "read as root, or set kernel.dmesg_restrict to 0"});
     chip.shows_log = true;
     chip.on_write = [](std::size_t) { return EIO; };
     expect_complaints(
