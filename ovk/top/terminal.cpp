@@ -18,10 +18,7 @@
 
 #include "ovk/base/failure.h"
 #include "ovk/top/crash_guard.h"
-
-#ifndef OVK_TERMINAL_DESCRIPTION
-#error "OVK_TERMINAL_DESCRIPTION: what infocmp -Q2 prints of a vt100"
-#endif
+#include "ovk/top/terminal_kind.h"
 
 namespace ovk::top {
 
@@ -44,16 +41,9 @@ constexpr look looks[] = {
     {A_BOLD, red, A_REVERSE},        {A_NORMAL, cyan, A_NORMAL}, {A_REVERSE, no_pair, A_REVERSE},
 };
 
-// Where a system has no descriptions of terminals, as a device's often does: nearly all of them do
-// what a VT100 does.
 SCREEN *open_terminal() {
-    SCREEN *opened = newterm(nullptr, stdout, stdin);
+    SCREEN *opened = choose_known_kind() ? newterm(nullptr, stdout, stdin) : nullptr;
 
-    if (opened == nullptr && std::getenv("TERM") != nullptr) {
-        setenv("TERMINFO", OVK_TERMINAL_DESCRIPTION, 1);
-        setenv("TERM", "vt100", 1);
-        opened = newterm(nullptr, stdout, stdin);
-    }
     if (opened == nullptr) {
         throw failure(exit_status::usage,
                       "the terminal is of no kind that is known; set TERM, for "
