@@ -18,14 +18,9 @@
 #include "soc/blocks/miu2gmc.h"
 #include "soc/blocks/smi_common.h"
 #include "soc/traffic.h"
+#include "soc/units.h"
 
 namespace soc {
-
-namespace {
-
-constexpr unsigned bits_per_byte = 8;
-
-}  // namespace
 
 struct chip::state {
     state(const devicetree::flat_tree &tree, register_file &file) : registers(file), passing(tree) {

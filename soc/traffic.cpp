@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "soc/units.h"
+
 namespace soc {
 
 namespace {
@@ -15,8 +17,6 @@ constexpr std::uint32_t larb_ports = 32;
 // Two bits for each input in the path-select register; the lower one picks the path.
 constexpr std::uint32_t path_bits_per_input = 2;
 constexpr std::uint32_t register_bits = 32;
-constexpr std::uint64_t ns_per_us = 1000;
-constexpr std::uint32_t bits_per_byte = 8;
 constexpr std::uint32_t every_request = 100;  // percent
 constexpr const char *generator_module = "BIST";
 

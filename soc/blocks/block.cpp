@@ -9,7 +9,6 @@ namespace soc {
 
 namespace {
 
-constexpr unsigned bits_per_byte = 8;
 constexpr std::uint32_t register_bytes = 4;
 
 const devicetree::range &window_of(const devicetree::node &node) {

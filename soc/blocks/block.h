@@ -15,10 +15,9 @@
 #include "devicetree/flat_tree.h"
 #include "soc/register_file.h"
 #include "soc/run.h"
+#include "soc/units.h"
 
 namespace soc {
-
-using nanoseconds = std::uint64_t;  // since power-on
 
 // The accesses that a register takes, as a set.
 enum access : unsigned {

@@ -5,14 +5,14 @@ namespace soc {
 
 namespace {
 
-constexpr std::uint32_t control = 0x18;
+constexpr std::uint32_t priority_control = 0x18;
 // Start low, start high, end low and end high of each of three scopes.
 constexpr std::uint32_t ranges = 0x1c;
 constexpr std::uint32_t range_registers = 12;
 
 std::vector<register_row> registers_of_the_block() {
     return {
-        {control, word | double_word, "control"},
+        {priority_control, word | double_word, "control"},
         {ranges, half_load | word_store, "range", range_registers},
     };
 }

@@ -7,21 +7,21 @@ namespace soc {
 
 namespace {
 
-constexpr std::uint32_t control = 0x00;
+constexpr std::uint32_t effi_control = 0x00;
 constexpr std::uint32_t selection_value = 0x04;
 constexpr std::uint32_t selection_mask = 0x08;
 constexpr std::uint32_t configuration = 0x0c;
 constexpr std::uint32_t configuration_words = 8;
 constexpr std::uint32_t configuration_stride = 4;
 constexpr std::uint32_t result = 0x2c;
-constexpr std::uint32_t status = 0x34;
+constexpr std::uint32_t effi_status = 0x34;
 
 constexpr std::uint32_t reset_bit = 1u << 0;
 constexpr std::uint32_t arm_bit = 1u << 3;
-constexpr std::uint32_t run_bit = 1u << 4;
+constexpr std::uint32_t effi_run_bit = 1u << 4;
 constexpr unsigned selector_shift = 6;
 constexpr std::uint32_t selector_field = 0x3;
-constexpr std::uint32_t done_bit = 1u << 0;
+constexpr std::uint32_t effi_done_bit = 1u << 0;
 
 constexpr std::uint32_t input_field = 0x700;
 constexpr unsigned input_shift = 8;
@@ -41,12 +41,12 @@ constexpr block_port standard_wiring[] = {
 
 std::vector<register_row> registers_of_a_monitor() {
     return {
-        {control, half_load | word | double_word, "control"},
+        {effi_control, half_load | word | double_word, "control"},
         {selection_value, word, "selection_value"},
         {selection_mask, word, "selection_mask"},
         {configuration, word, "configuration", configuration_words},
         {result, word, "result"},
-        {status, word, "status"},
+        {effi_status, word, "status"},
     };
 }
 
@@ -90,8 +90,8 @@ efficiency_monitor::efficiency_monitor(const devicetree::node &node, register_fi
     : block(node, registers, registers_of_a_monitor()), passing_(passing), number_(number) {}
 
 void efficiency_monitor::stored(std::uint32_t offset, unsigned width) {
-    if (reaches(offset, width, control)) {
-        follow_control(read(control));
+    if (reaches(offset, width, effi_control)) {
+        follow_control(read(effi_control));
     }
     publish();
 }
@@ -103,11 +103,11 @@ void efficiency_monitor::follow_control(std::uint32_t wanted) {
         forget();
         return;
     }
-    if ((wanted & run_bit) == 0) {
+    if ((wanted & effi_run_bit) == 0) {
         ends_at_.reset();
         return;
     }
-    if ((before & run_bit) == 0 && (wanted & arm_bit) != 0) {
+    if ((before & effi_run_bit) == 0 && (wanted & arm_bit) != 0) {
         start();
     }
 }
@@ -199,7 +199,7 @@ void efficiency_monitor::publish() {
     const std::uint32_t shown[] = {results_.burst, results_.efficiency, results_.ultra,
                                    results_.preultra};
     write(result, shown[control_ >> selector_shift & selector_field]);
-    write(status, done_ ? done_bit : 0);
+    write(effi_status, done_ ? effi_done_bit : 0);
 }
 
 }  // namespace soc

@@ -11,7 +11,7 @@ namespace {
 constexpr std::uint32_t monitor_enable = 0x060;
 constexpr std::uint32_t outstanding_limits = 0x0d0;
 constexpr std::uint32_t arbitration = 0x100;
-constexpr std::uint32_t control = 0x400;
+constexpr std::uint32_t emi_control = 0x400;
 constexpr std::uint32_t run_length = 0x404;
 constexpr std::uint32_t all_ports_counter = 0x420;
 constexpr std::uint32_t latency_sum = 0x500;
@@ -29,9 +29,9 @@ constexpr std::uint32_t setup_third = 0x4b0;
 constexpr std::uint32_t setup_fourth = 0x4e8;
 constexpr std::uint32_t setup_fifth = 0x4f8;
 
-constexpr std::uint32_t enable_bit = 1u << 30;
+constexpr std::uint32_t emi_enable_bit = 1u << 30;
 constexpr std::uint32_t start_bit = 1u << 0;
-constexpr std::uint32_t done_bit = 1u << 2;
+constexpr std::uint32_t emi_done_bit = 1u << 2;
 constexpr std::uint32_t slot_enable_bits = 0x7;
 constexpr std::uint32_t slot_auxiliary_bits = 0xf0000000;
 constexpr unsigned slot_port_shift = 8;
@@ -54,17 +54,16 @@ constexpr std::uint32_t most_ports = 24;
 constexpr std::uint32_t limits_end = arbitration + port_stride * most_ports;
 constexpr std::uint32_t every_port = (1u << most_ports) - 1;
 
-constexpr std::uint64_t thousandths_per_count = std::uint64_t{8} * 1000;
+constexpr std::uint64_t emi_thousandths_per_count = std::uint64_t{8} * 1000;
 constexpr std::uint64_t thousandths_per_request = std::uint64_t{64} * 1000;
 constexpr std::uint64_t widest_sum = std::numeric_limits<std::uint32_t>::max();
-constexpr std::uint64_t ns_per_us = 1000;
 
 std::vector<register_row> registers_of_a_channel(std::uint32_t ports) {
     return {
         {monitor_enable, half_load | word | double_word, "monitor_enable"},
         {outstanding_limits, word, "outstanding_limits", 4},
         {arbitration, word, "arbitration", ports, port_stride},
-        {control, half_load | word | double_word, "control"},
+        {emi_control, half_load | word | double_word, "control"},
         {run_length, word, "run_length"},
         {all_ports_counter, word, "all_ports_counter"},
         {setup_first, word, "setup_first"},
@@ -109,7 +108,7 @@ void emi_channel::stored(std::uint32_t offset, unsigned) {
     if (offset >= outstanding_limits && offset < limits_end) {
         follow_limits();
     }
-    const bool wanted = (read(control) & start_bit) != 0;
+    const bool wanted = (read(emi_control) & start_bit) != 0;
     if (wanted && !started_) {
         start();
     } else if (!wanted && started_) {
@@ -151,7 +150,7 @@ void emi_channel::start() {
     done_ = false;
     results_ = results(ports_);
     std::fill(moved_.begin(), moved_.end(), 0);
-    counting_ = (read(monitor_enable) & enable_bit) != 0;
+    counting_ = (read(monitor_enable) & emi_enable_bit) != 0;
     for (std::size_t k = 0; k < slots; ++k) {
         slot_ports_[k] = selected_ports(k);
     }
@@ -221,7 +220,7 @@ std::uint32_t emi_channel::counted(std::uint32_t port_mask) const {
     for (std::uint32_t port = 0; port < ports_; ++port) {
         thousandths += (port_mask >> port & 1) != 0 ? moved_[port] : 0;
     }
-    return static_cast<std::uint32_t>(thousandths / thousandths_per_count);
+    return static_cast<std::uint32_t>(thousandths / emi_thousandths_per_count);
 }
 
 emi_channel::port_latency emi_channel::latency_of(std::uint32_t port) const {
@@ -250,10 +249,10 @@ void emi_channel::publish() {
 
 // The rest of the control register is the processor's.
 void emi_channel::publish_done() {
-    const std::uint32_t held = read(control);
-    const std::uint32_t shown = done_ ? held | done_bit : held & ~done_bit;
+    const std::uint32_t held = read(emi_control);
+    const std::uint32_t shown = done_ ? held | emi_done_bit : held & ~emi_done_bit;
     if (shown != held) {
-        write(control, shown);
+        write(emi_control, shown);
     }
 }
 

@@ -10,11 +10,11 @@ namespace {
 constexpr std::uint32_t thresholds = 0x54;
 constexpr std::uint32_t urgent_threshold = 0x58;
 constexpr std::uint32_t restart = 0x100;
-constexpr std::uint32_t status = 0x140;
+constexpr std::uint32_t fifo_status = 0x140;
 constexpr std::uint32_t enable = 0x1c0;
 constexpr std::uint32_t not_done = 0x1c8;
 
-constexpr std::uint32_t enable_bit = 1u << 0;
+constexpr std::uint32_t fifo_enable_bit = 1u << 0;
 constexpr std::uint32_t not_done_bit = 1u << 2;
 
 // A bank of 512 bytes for each address of the register bus.
@@ -26,7 +26,7 @@ std::vector<register_row> registers_of_a_bank() {
         {thresholds, word, "thresholds"},
         {urgent_threshold, word, "urgent_threshold"},
         {restart, half_load | word_store, "restart"},
-        {status, word, "status"},
+        {fifo_status, word, "status"},
         {enable, half_load | word_store, "enable"},
         {not_done, word, "not_done"},
     };
@@ -54,7 +54,7 @@ fifo_bank::fifo_bank(const devicetree::node &node, const devicetree::range &wind
 
 void fifo_bank::stored(std::uint32_t offset, unsigned width) {
     if (reaches(offset, width, enable)) {
-        enabled_ = (read(enable) & enable_bit) != 0;
+        enabled_ = (read(enable) & fifo_enable_bit) != 0;
     }
     publish();
 }
@@ -66,7 +66,7 @@ void fifo_bank::publish() {
         return;
     }
     shown_ = missing;
-    write(status, missing);
+    write(fifo_status, missing);
     write(not_done, missing != 0 ? not_done_bit : 0);
 }
 

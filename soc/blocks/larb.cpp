@@ -14,16 +14,16 @@ constexpr std::uint32_t outstanding_stride = 4;
 constexpr std::uint32_t outstanding_field = 0xff;
 constexpr std::uint32_t outstanding_registers = 128;  // more than there are ports
 constexpr std::uint32_t port_count = 32;
-constexpr std::uint32_t monitor_run = 0x400;
-constexpr std::uint32_t monitor_clear = 0x404;
+constexpr std::uint32_t larb_monitor_run = 0x400;
+constexpr std::uint32_t larb_monitor_clear = 0x404;
 constexpr std::uint32_t monitor_ports = 0x408;
 constexpr std::uint32_t monitor_mode = 0x40c;
 constexpr std::uint32_t counter = 0x410;
 constexpr std::uint32_t counter_stride = 4;
-constexpr std::uint32_t longest_period = 0x430;
+constexpr std::uint32_t larb_longest_period = 0x430;
 
-constexpr std::uint32_t run_bit = 1;
-constexpr std::uint32_t clear_bit = 1;
+constexpr std::uint32_t larb_run_bit = 1;
+constexpr std::uint32_t larb_clear_bit = 1;
 
 constexpr std::uint32_t mode_period = 0x200;
 constexpr std::uint32_t mode_read = 0x204;
@@ -46,12 +46,12 @@ std::vector<register_row> registers_of_a_larb() {
         {force_ultra, word, "force_ultra"},
         {force_preultra, word, "force_preultra"},
         {outstanding_limit, word, "outstanding_limit", outstanding_registers},
-        {monitor_run, word, "monitor_run"},
-        {monitor_clear, word, "monitor_clear"},
+        {larb_monitor_run, word, "monitor_run"},
+        {larb_monitor_clear, word, "monitor_clear"},
         {monitor_ports, word, "monitor_ports"},
         {monitor_mode, word, "monitor_mode"},
         {counter, word, "counter", 4},
-        {longest_period, word, "longest_period"},
+        {larb_longest_period, word, "longest_period"},
     };
 }
 
@@ -62,11 +62,11 @@ larb::larb(const devicetree::node &node, register_file &registers, traffic &pass
     : block(node, registers, registers_of_a_larb()), passing_(passing), number_(number) {}
 
 void larb::stored(std::uint32_t offset, unsigned width) {
-    running_ = (read(monitor_run) & run_bit) != 0;
+    running_ = (read(larb_monitor_run) & larb_run_bit) != 0;
     mode_ = read(monitor_mode);
     ports_ = read(monitor_ports);
     note_run(running_, mode_, ports_);
-    if (reaches(offset, width, monitor_clear) && read(monitor_clear) == clear_bit) {
+    if (reaches(offset, width, larb_monitor_clear) && read(larb_monitor_clear) == larb_clear_bit) {
         clear();
     }
     follow_settings(offset, width);
@@ -90,7 +90,7 @@ void larb::publish() {
         write(counter + counter_stride * k,
               static_cast<std::uint32_t>(counted_[k] / parts_per_unit));
     }
-    write(longest_period, longest_period_);
+    write(larb_longest_period, longest_period_);
 }
 
 void larb::elapse(nanoseconds from, nanoseconds to) {

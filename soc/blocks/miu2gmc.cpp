@@ -7,7 +7,7 @@ namespace soc {
 
 namespace {
 
-constexpr std::uint32_t control = 0x00;
+constexpr std::uint32_t generator_control = 0x00;
 constexpr std::uint32_t start_address = 0x04;
 constexpr std::uint32_t length_low = 0x0c;
 constexpr std::uint32_t length_high = 0x10;
@@ -24,7 +24,7 @@ constexpr std::uint32_t write_command = 0x208;
 constexpr std::uint32_t both_command = 0x008;
 constexpr std::uint32_t go_bit = 1u << 0;
 constexpr std::uint32_t error_bit = 1u << 13;
-constexpr std::uint32_t done_bit = 1u << 15;
+constexpr std::uint32_t generator_done_bit = 1u << 15;
 constexpr std::uint32_t loop_bit = 1u << 4;
 
 constexpr std::uint32_t half = 0xffff;
@@ -34,10 +34,14 @@ constexpr std::uint32_t full_rate = 1600;  // MB/s
 
 std::vector<register_row> registers_of_a_miu2gmc() {
     return {
-        {control, word, "control"},      {start_address, word, "start_address", 2},
-        {length_low, word, "length", 2}, {pattern, word, "pattern"},
-        {reset, word, "reset"},          {loop_gen1, word, "loop", 2},
-        {port_mask, word, "port_mask"},  {stuck_bits, word, "stuck_bits"},
+        {generator_control, word, "control"},
+        {start_address, word, "start_address", 2},
+        {length_low, word, "length", 2},
+        {pattern, word, "pattern"},
+        {reset, word, "reset"},
+        {loop_gen1, word, "loop", 2},
+        {port_mask, word, "port_mask"},
+        {stuck_bits, word, "stuck_bits"},
     };
 }
 
@@ -70,8 +74,8 @@ void miu2gmc::stored(std::uint32_t offset, unsigned width) {
     if (reaches(offset, width, port_mask)) {
         passing_.mask_ports(number_, read(port_mask));
     }
-    if (reaches(offset, width, control)) {
-        command(read(control));
+    if (reaches(offset, width, generator_control)) {
+        command(read(generator_control));
     }
     publish();
 }
@@ -147,11 +151,11 @@ bool miu2gmc::hang() {
 
 // The rest of the control register is the processor's.
 void miu2gmc::publish() {
-    const std::uint32_t held = read(control);
-    const std::uint32_t status = (done_ ? done_bit : 0) | (failed_ ? error_bit : 0);
-    const std::uint32_t shown = (held & ~(done_bit | error_bit)) | status;
+    const std::uint32_t held = read(generator_control);
+    const std::uint32_t status = (done_ ? generator_done_bit : 0) | (failed_ ? error_bit : 0);
+    const std::uint32_t shown = (held & ~(generator_done_bit | error_bit)) | status;
     if (shown != held) {
-        write(control, shown);
+        write(generator_control, shown);
     }
 }
 

@@ -7,31 +7,31 @@ namespace soc {
 
 namespace {
 
-constexpr std::uint32_t monitor_run = 0x1a0;
-constexpr std::uint32_t monitor_clear = 0x1a4;
+constexpr std::uint32_t common_monitor_run = 0x1a0;
+constexpr std::uint32_t common_monitor_clear = 0x1a4;
 constexpr std::uint32_t monitor_direction = 0x1ac;
 constexpr std::uint32_t monitor_selection = 0x1b0;
 constexpr std::uint32_t data_count = 0x1cc;
-constexpr std::uint32_t longest_period = 0x1dc;
+constexpr std::uint32_t common_longest_period = 0x1dc;
 constexpr std::uint32_t path_select = 0x220;
 
-constexpr std::uint32_t run_bit = 1;
-constexpr std::uint32_t clear_bit = 1;
+constexpr std::uint32_t common_run_bit = 1;
+constexpr std::uint32_t common_clear_bit = 1;
 constexpr std::uint32_t write_direction = 1;
 constexpr std::uint32_t selection_valid = 1;
 constexpr unsigned selection_port_shift = 4;
 
 // The count goes in 16 bytes.
-constexpr std::uint64_t thousandths_per_count = 16'000;
+constexpr std::uint64_t common_thousandths_per_count = 16'000;
 
 std::vector<register_row> registers_of_a_common() {
     return {
-        {monitor_run, word, "monitor_run"},
-        {monitor_clear, word, "monitor_clear"},
+        {common_monitor_run, word, "monitor_run"},
+        {common_monitor_clear, word, "monitor_clear"},
         {monitor_direction, word, "monitor_direction"},
         {monitor_selection, word, "monitor_selection"},
         {data_count, word, "data_count"},
-        {longest_period, word, "longest_period"},
+        {common_longest_period, word, "longest_period"},
         {path_select, word, "path_select"},
     };
 }
@@ -43,11 +43,12 @@ smi_common::smi_common(const devicetree::node &node, register_file &registers, t
     : block(node, registers, registers_of_a_common()), passing_(passing), number_(number) {}
 
 void smi_common::stored(std::uint32_t offset, unsigned width) {
-    running_ = (read(monitor_run) & run_bit) != 0;
+    running_ = (read(common_monitor_run) & common_run_bit) != 0;
     watched_ = read(monitor_direction) == write_direction ? direction::write : direction::read;
     selection_ = read(monitor_selection);
     note_run(running_, read(monitor_direction), selection_);
-    if (reaches(offset, width, monitor_clear) && read(monitor_clear) == clear_bit) {
+    if (reaches(offset, width, common_monitor_clear) &&
+        read(common_monitor_clear) == common_clear_bit) {
         clear();
     }
     if (reaches(offset, width, path_select)) {
@@ -57,8 +58,8 @@ void smi_common::stored(std::uint32_t offset, unsigned width) {
 }
 
 void smi_common::publish() {
-    write(data_count, static_cast<std::uint32_t>(moved_ / thousandths_per_count));
-    write(longest_period, longest_period_);
+    write(data_count, static_cast<std::uint32_t>(moved_ / common_thousandths_per_count));
+    write(common_longest_period, longest_period_);
 }
 
 void smi_common::elapse(nanoseconds from, nanoseconds to) {
