@@ -28,6 +28,7 @@ static const char *const blocks = R"(/dts-v1/;
     effi_monitor0@1c018000 { compatible = "quorix,zt430-effi-mon"; reg = <0x1c018000 0x1000>; };
     effi_monitor1@1c019000 { compatible = "quorix,zt430-effi-mon"; reg = <0x1c019000 0x1000>; };
     effi_monitor2@1c01a000 { compatible = "quorix,zt430-effi-mon"; reg = <0x1c01a000 0x1000>; };
+    cpu_pri@1c01b000 { compatible = "quorix,cpu-pri"; reg = <0x1c01b000 0x1000>; };
     gop { device_type = "bw"; module-name = "GOP"; domain = "GFX"; module-id = <0>; init-on;
           GROUPS };
     tsp { device_type = "bw"; module-name = "TSP"; domain = "TS"; module-id = <1>; init-on;

@@ -57,6 +57,11 @@ class chip_source : public source {
         }
         return names;
     }
+    // What the module shows next, as far as texts begin with it.
+    std::vector<std::string> selections() {
+        return {read("bw_larb").text.substr(0, 60), read("larb_ostdl").text,
+                read("bw_emi").text.substr(0, 300)};
+    }
     std::string fact(std::string_view what) override {
         return what == "chip_compatible" ? "quorix," + soc_ : "";
     }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // What the kernel log has against a report, and what a report has to move and puts back.
 #include <sys/stat.h>
+#include <nlohmann/json.hpp>
 
 #include "ovk/report/render.h"
 #include "ovk/report/take.h"
@@ -38,10 +39,10 @@ lines names_in(const total_report &report) {
 }
 
 // What a report can move.
-lines selections_of(chip_source &chip) {
-    return {chip.read("bw_larb").text.substr(0, 60), chip.read("larb_ostdl").text,
-            chip.read("bw_emi").text.substr(0, 300),
-            parse_total(take_reading(chip, "bw_total")).view.value_or("none")};
+lines moved(chip_source &chip) {
+    lines all = chip.selections();
+    all.push_back(parse_total(take_reading(chip, "bw_total")).view.value_or("none"));
+    return all;
 }
 
 }  // namespace
@@ -127,7 +128,7 @@ TEST(selections, are_put_back_wherever_a_report_is_broken_off) {
     };
     full_chip chip;
     chip.write("larb_ostdl", "3 2");
-    const lines before = selections_of(chip);
+    const lines before = moved(chip);
 
     for (const auto report : reports) {
         int broken_off = 0;
@@ -140,7 +141,7 @@ TEST(selections, are_put_back_wherever_a_report_is_broken_off) {
             status = outcome_of([&] { report(chip); }).status;
             chip.before_read = [] {};
             EXPECT_TRUE(status == 0 || status == 130) << status;
-            ASSERT_EQ(selections_of(chip), before) << broken_off;
+            ASSERT_EQ(moved(chip), before) << broken_off;
         }
         EXPECT_GT(broken_off, 2);
     }
