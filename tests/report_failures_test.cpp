@@ -8,8 +8,6 @@ namespace tests {
 
 namespace {
 
-using enum host::fault_kind;
-
 // Lines of the log.
 const std::string no_larb = "<3>[OVK_BW]Can't find SMI LARB device base!!\n";
 const std::string no_common = "<3>[OVK_BW]Can't find SMI COMMON device base!!\n";
@@ -49,6 +47,7 @@ std::string log_of(rig &r) {
 // Without its port counts SMI common 0's input 3 is taken to be port 3, which is larb 1's.
 // Broadcast mode is switched 32 times for eight EMI ports; without it channel 0 alone counts.
 TEST(missing_blocks, are_named_and_end_or_empty_the_measurement_that_needs_them) {
+    using enum host::fault_kind;
     // Attribute, what it misses, the row of the report or none, and the log.
     for (const auto &[attribute, kind, name, row, log] :
          {std::tuple{"bw_larb", node, "larb1", "100 80 125", no_larb},
@@ -96,7 +95,7 @@ TEST(module_failures, a_port_without_a_measured_efficiency_carries_no_priority_w
                at_common(0, 3, {.write = 300, .efficiency = 0, .ultra = 100})},
               {{"smi_common0", 0x220, 1 << 2 * 1 | 1 << 2 * 3}});
         if (!measured) {
-            r.machine().fail_named(node, "effi_monitor1");
+            r.machine().fail_named(host::fault_kind::node, "effi_monitor1");
         }
         const std::string report = r.read("bw_total");
         EXPECT_EQ(row_with(report, "0 GOP"),
@@ -192,7 +191,7 @@ TEST(monitors_at_the_emi, that_are_missing_or_hang_cost_their_port_its_efficienc
         r.run({at_emi(0, {.read = 640, .burst = 8}), at_emi(1, {.read = 100})});
         r.write("debug_log_on", "1\n");
         if (monitor1 == std::string("fails")) {
-            r.machine().fail_named(mapping, "effi_monitor1");
+            r.machine().fail_named(host::fault_kind::mapping, "effi_monitor1");
         } else if (monitor1 == std::string("hangs")) {
             ASSERT_TRUE(r.chip().hang("effi_monitor1"));
         }

@@ -3,8 +3,7 @@
 #
 # lint.sh: checks the sources with clang-tidy.
 #
-# Headers take most of its time. Sources of one folder are therefore looked at as one, except where
-# they use the same names: the registers of the chip's blocks.
+# Headers take most of its time: sources are looked at as one, as a whole build compiles them.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 work=$(mktemp -d)
@@ -35,15 +34,25 @@ lint() { # CHECKS SOURCE
 }
 
 status=0
-for folder in $(sources 'module/*.cpp' | xargs -n 1 dirname | sort -u) devicetree platform/host sim \
-    ovk ovk/base ovk/command ovk/compare ovk/doctor ovk/plot ovk/qos ovk/report \
-    ovk/source ovk/top ovk/watch; do
-    sources ":(glob)$folder/*.cpp" | sed 's/.*/#include "&"/' >"$work/${folder//\//_}.cpp"
-    checks=
-    [[ $folder != module/* ]] || checks=$analysis
-    lint "$checks" "$work/${folder//\//_}.cpp" || status=1
+one=0
+lint_as_one() { # CHECKS SOURCE...
+    local checks=$1 all=$work/$((++one)).cpp
+    shift
+    printf '#include "%s"\n' "$@" >"$all"
+    lint "$checks" "$all" || status=1
+}
+
+for folder in $(sources 'module/*.cpp' | xargs -n 1 dirname | sort -u); do
+    mapfile -t found < <(sources "$folder/*.cpp")
+    lint_as_one "$analysis" "${found[@]}"
 done
-for source in $(sources 'soc/*.cpp'); do
+alone=(ovk/main.cpp ovk/top/terminal.cpp ovk/top/terminal_kind.cpp)
+for part in devicetree platform/host sim soc ovk; do
+    mapfile -t found < <(sources "$part/*.cpp" | grep -v ^ovk/tests/ |
+        grep -vxF "${alone[@]/#/-e}")
+    lint_as_one '' "${found[@]}"
+done
+for source in "${alone[@]}"; do
     lint '' "$source" || status=1
 done
 exit "$status"

@@ -86,7 +86,7 @@ build_host() {
 # Sanitizers for addresses and for threads do not go together: the storm has a build of its own. It
 # is that of the compiler with which users build, too.
 run_storm() {
-    build_host storm -DOVK_SANITIZE=thread -DCMAKE_BUILD_TYPE=Debug -- ovk_storm ovk-sim
+    build_host storm -DOVK_SANITIZE=thread -DCMAKE_BUILD_TYPE=Debug -DOVK_WHOLE_FOLDERS=ON -- ovk_storm
     timeout 300 "$build/storm/tests/ovk_storm"
 }
 

@@ -15,7 +15,7 @@ namespace ovk {
 
 namespace {
 
-constexpr int format_number = 1;
+constexpr int settings_format = 1;
 constexpr const char *format_member = "ovk_qos";
 
 // The list that has the ports of a kind of block, and what it calls the block.
@@ -64,7 +64,7 @@ json json_of(const std::array<cpu_scope, cpu_scopes> &scopes) {
 }
 
 json json_of(const qos_file &content) {
-    json file = {{format_member, format_number},
+    json file = {{format_member, settings_format},
                  {"version", content.version},
                  {"source", json_of_bytes(content.source)}};
 
@@ -83,7 +83,7 @@ json json_of(const qos_file &content) {
 }
 
 // A line for each member and for each element of a list.
-std::string text_of(const json &file) {
+std::string lines_of(const json &file) {
     std::string text;
 
     for (const auto &[name, value] : file.items()) {
@@ -135,9 +135,10 @@ cpu_scope scope_of(const json &value) {
 qos_file qos_file_of(const json &file) {
     qos_file content;
 
-    if (file.at(format_member) != format_number) {
+    if (file.at(format_member) != settings_format) {
         throw failure(exit_status::usage, "its format is " + file.at(format_member).dump() +
-                                              "; this ovk knows " + std::to_string(format_number));
+                                              "; this ovk knows " +
+                                              std::to_string(settings_format));
     }
     content.version = file.at("version");
     content.source = bytes_of_json(file.at("source"));
@@ -181,7 +182,7 @@ qos_file describe_settings(source &from) {
 }
 
 void write_qos_file(const std::string &name, const qos_file &content) {
-    write_whole_file(name, text_of(json_of(content)));
+    write_whole_file(name, lines_of(json_of(content)));
 }
 
 qos_file read_qos_file(const std::string &name) {

@@ -47,7 +47,7 @@ class json_maker {
     bool filled_;
 };
 
-std::string joined(const std::vector<std::string> &reasons) {
+std::string sentence_of(const std::vector<std::string> &reasons) {
     std::string text;
     for (const std::string &each : reasons) {
         text += (text.empty() ? "" : "; ") + each;
@@ -65,7 +65,7 @@ static json make(const any_report &report, const json_maker &maker) {
     const report_head &head = head_of(report);
     json object = {{"report", name_of(report)},
                    {"complete", head.complete},
-                   {"reason", head.complete ? json() : json(utf8_of(joined(head.reasons)))},
+                   {"reason", head.complete ? json() : json(utf8_of(sentence_of(head.reasons)))},
                    {"start_ns", head.start_ns},
                    {"end_ns", head.end_ns},
                    {"log_seen", head.log_seen}};

@@ -11,7 +11,7 @@ namespace ovk {
 namespace {
 
 constexpr int process = 1;
-constexpr double ns_per_us = 1000;
+constexpr double ns_per_unit = 1000;  // of the format: microseconds
 
 std::string counter_name(const any_report &report, const named_figure &figure) {
     return std::string(name_of(report)) + "." + figure.name;
@@ -22,7 +22,7 @@ json event_at(const char *phase, const std::string &name, std::int64_t time_ns) 
             {"name", name},
             {"pid", process},
             {"tid", 0},
-            {"ts", static_cast<double>(time_ns) / ns_per_us}};
+            {"ts", static_cast<double>(time_ns) / ns_per_unit}};
 }
 
 // As text at once: as objects, the events of a long recording would need gigabytes.
@@ -44,7 +44,7 @@ void add_report(event_list &events, const any_report &report) {
     const report_head &head = head_of(report);
     json slice = event_at("X", std::string("sweep ") + name_of(report), head.start_ns);
 
-    slice["dur"] = static_cast<double>(head.end_ns - head.start_ns) / ns_per_us;
+    slice["dur"] = static_cast<double>(head.end_ns - head.start_ns) / ns_per_unit;
     slice["args"] = {{"complete", head.complete}};
     events.add(slice);
     for (const named_figure &each : figures_of(report)) {

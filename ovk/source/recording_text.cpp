@@ -12,7 +12,7 @@ namespace ovk {
 
 namespace {
 
-constexpr int format_number = 1;
+constexpr int recording_format = 1;
 
 bool is_utf8(const std::string &bytes) {
     try {
@@ -111,7 +111,7 @@ std::string bytes_of_json(const json &value) {
 }
 
 json json_of(const recording_header &header) {
-    json line = {{"ovk_recording", format_number},
+    json line = {{"ovk_recording", recording_format},
                  {"version", header.version},
                  {"source", json_of_bytes(header.source)}};
 
@@ -149,9 +149,9 @@ json json_of(const operation &done) {
 recording_header header_of(const json &line) {
     recording_header header;
 
-    if (line.at("ovk_recording") != format_number) {
+    if (line.at("ovk_recording") != recording_format) {
         throw failure(exit_status::unreachable, "its format is not number " +
-                                                    std::to_string(format_number) +
+                                                    std::to_string(recording_format) +
                                                     ", the one that this ovk reads");
     }
     header.version = line.at("version");

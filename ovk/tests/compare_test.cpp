@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
+#include <nlohmann/json.hpp>
+
 #include "ovk/report/render.h"
 #include "ovk/tests/hand_made.h"
 #include "ovk/tests/program.h"

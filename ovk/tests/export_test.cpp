@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // What other programs are given: metrics, trace events, and the page.
+#include <nlohmann/json.hpp>
+
 #include "ovk/plot/page.h"
 #include "ovk/report/trace_events.h"
 #include "ovk/tests/hand_made.h"

@@ -16,9 +16,9 @@ namespace {
 // Endless, unless with a number of rounds.
 const std::string endless = "-s sim:zt410 record --every 0s --reports bus,fifo -o ";
 
-class recorder : public testing::Test {
+class interruption : public testing::Test {
   protected:
-    recorder() { mkfifo(pipe.c_str(), 0600); }
+    interruption() { mkfifo(pipe.c_str(), 0600); }
 
     // The first bytes of a recording, and what comes after the signal.
     std::string recorded_until(std::size_t moment, int signal, int status) {
@@ -41,7 +41,7 @@ class recorder : public testing::Test {
 
 }  // namespace
 
-TEST_F(recorder, leaves_what_it_had_recorded_when_it_is_killed_at_any_moment) {
+TEST_F(interruption, leaves_what_it_had_recorded_when_it_is_killed_at_any_moment) {
     ASSERT_EQ(running_program(endless + files.path("whole") + " --count 400").wait(), 0);
     const auto whole = operations_of(files.path("whole"));
     const std::size_t length = files.content("whole").size();
@@ -58,7 +58,7 @@ TEST_F(recorder, leaves_what_it_had_recorded_when_it_is_killed_at_any_moment) {
     }
 }
 
-TEST_F(recorder, ends_with_status_130_and_a_whole_file_when_it_is_interrupted) {
+TEST_F(interruption, ends_with_status_130_and_a_whole_file_when_it_is_interrupted) {
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
         const std::string came = recorded_until(20'000, signal, 130);
         EXPECT_EQ(came.back(), '\n') << signal;
@@ -67,7 +67,7 @@ TEST_F(recorder, ends_with_status_130_and_a_whole_file_when_it_is_interrupted) {
 }
 
 // It waits for the next round, on the clock of a machine.
-TEST_F(recorder, that_is_interrupted_does_not_wait_for_the_next_round) {
+TEST_F(interruption, that_is_interrupted_does_not_wait_for_the_next_round) {
     files.put("bw_total", "a report\n");
     setenv("OVK_DIRECTORY", files.path().c_str(), 1);
 

@@ -2,6 +2,7 @@
 #include <nlohmann/json.hpp>
 
 #include "ovk/qos/settings.h"
+#include "ovk/source/recording_text.h"
 #include "ovk/tests/chip_source.h"
 #include "ovk/tests/program.h"
 #include "ovk/tests/scratch.h"
@@ -9,8 +10,6 @@
 namespace ovk::tests {
 
 namespace {
-
-using nlohmann::json;
 
 // A chip is at its power-on state in every run of the program: the settings are in the file.
 class qos_command : public testing::Test {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // Every figure of every report against what follows from the chip's device tree, its registers and
 // the traffic that was put in, by another way than the module's text.
+#include <nlohmann/json.hpp>
+
 #include "ovk/report/render.h"
 #include "ovk/report/take.h"
 #include "ovk/tests/chip_source.h"

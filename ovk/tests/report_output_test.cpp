@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // What ovk report prints, of a source and of its recording.
 #include <sys/stat.h>
+#include <nlohmann/json.hpp>
 
 #include <filesystem>
 

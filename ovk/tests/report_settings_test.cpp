@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // Settings and listings in the reports against the chip's registers and its device tree.
+#include <nlohmann/json.hpp>
 #include <random>
 #include <set>
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // What `ovk top` takes from a source, and what it leaves behind there.
 #include <poll.h>
+#include <nlohmann/json.hpp>
 
 #include "ovk/report/render.h"
 #include "ovk/tests/chip_source.h"
